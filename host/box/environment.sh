@@ -1,0 +1,9 @@
+# shellcheck shell=bash
+# What a process in the box finds in its environment. Expects ROOT, the repository.
+
+box_environment() {
+    export BOX_BIN=${BOX_BIN:-$ROOT/build/bin}
+    local system=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin
+    export PATH="$BOX_BIN:$ROOT/build/deps/bin:$ROOT/host/box/bin:$system:$PATH"
+    unset TMPDIR
+}
