@@ -1,0 +1,74 @@
+#pragma once
+
+#include <cstdint>
+
+// Configuration access by package, section and option.
+//
+// A package is the name of a UCI configuration file ("app_ipfilter"). A section is either a
+// section's own name ("auto_wan", "cfg0a4b12") or a path "@TYPE[n]": the n-th section of that type,
+// from zero. Names follow the UCI rules: letters, digits and '_' (a package also '-').
+//
+// Every change is complete and durable when the call that made it returns: after a power cut the
+// package is either as it was or as it was meant to be. Every call first makes sure that no other
+// process has changed the package since it was last looked at. A package that cannot be parsed is
+// never written to; reads of it answer as if it were missing.
+//
+// Functions that return int32_t without further word return 0 on success and -1 on failure. All of
+// them may be called with any text: what is no valid name is "not there". One thread only.
+
+extern "C" {
+
+/// Stores in `*count` the number of sections of type `type`, 0 if there are none or no such
+/// package. `flags` is reserved and 0.
+int32_t vsuci_total(const char* package, const char* type, int32_t* count, int32_t flags);
+
+/// The option as a decimal number cut to its low 32 bits; 0 if it is missing or no number.
+int32_t vsuci_get_int32(const char* package, const char* section, const char* option);
+
+/// Copies the option's text, cut to `width` - 1 characters and always terminated, into `buffer`.
+/// A missing option, or one that is a list, leaves the empty text and returns -1.
+int32_t vsuci_get_string(char* buffer, uint32_t width, const char* package, const char* section,
+                         const char* option);
+
+/// Stores `value` as decimal text. -1 if the section does not exist or the file cannot be replaced.
+/// What is stored already is not written again.
+int32_t vsuci_set_int32(int32_t value, const char* package, const char* section,
+                        const char* option);
+
+/// Stores the text in `buffer`, which ends at its first NUL or after `width` characters. The empty
+/// text removes the option. -1 if the section does not exist or the file cannot be replaced.
+int32_t vsuci_set_string(const char* buffer, uint32_t width, const char* package,
+                         const char* section, const char* option);
+
+/// Appends an anonymous section of type `type`, creating the package if it is missing, and writes
+/// the new section's name into `name` (`size` bytes). The name is good until the package is next
+/// changed by someone else, or a change of it could not be written.
+int32_t vsuci_add(const char* package, const char* type, char* name, uint32_t size);
+
+/// Removes a section with all its options.
+int32_t vsuci_del(const char* package, const char* section);
+
+/// Reads one option as text; like `vsuci_get_string`.
+int32_t vsuci_get(const char* package, const char* section, const char* option, char* buffer,
+                  uint32_t size);
+
+/// Writes one option; like `vsuci_set_string` with the whole text.
+int32_t vsuci_set(const char* package, const char* section, const char* option, const char* value);
+
+/// Reads one option of the read-only factory configuration under /rom/config; like `vsuci_get`.
+int32_t vsuci_get_zu_cfm(const char* package, const char* section, const char* option, char* buffer,
+                         uint32_t size);
+
+/// Brackets several calls on one package so that they see one state of the file and their changes
+/// become one change of it: nothing is written before the matching release. From the first change
+/// on the package is locked against other writers; if it was changed by one of them after it had
+/// been read within the hold, that first change fails. Holds do not nest and only one package is
+/// held at a time; a second hold drops the changes of the first. Where the platform has no such
+/// thing both do nothing.
+void vsuci_hold(const char* package);
+
+/// Makes what was changed since `vsuci_hold` durable. -1 if it could not be written, or if a change
+/// failed in between: then the package is as it was before the hold. A set in a section that does
+/// not exist changes nothing and is no such failure. -1 too if the package is not held.
+[[nodiscard]] int32_t vsuci_release(const char* package);
+}

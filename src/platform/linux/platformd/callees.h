@@ -1,0 +1,31 @@
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "platform/linux/platformd/service.h"
+
+// Everything platformd answers to, gathered from the services once at the start.
+
+/// A call name and who answers it; `call` is null for a service's initialisation.
+struct Callee {
+    const char* name;
+    ServiceRegistration* owner;
+    const ServiceCall* call;
+
+    const RecordLayout* layout() const { return call ? call->layout : nullptr; }
+    /// Does what the call does; the record has the size the layout says.
+    int32_t handle(void* record) const;
+};
+
+/// Gathers them. False, with a line on standard error, when two services claim one name.
+bool gather_callees();
+
+/// All callees in order of their names; null when there is none of that name.
+std::span<const Callee> all_callees();
+const Callee* find_callee(std::string_view name);
+
+/// Appends the state of one service, or of all of them in order of their names when `service` is
+/// empty. False when there is no such service.
+bool append_state(std::string& out, std::string_view service);

@@ -1,0 +1,74 @@
+extern "C" {
+#include <libubox/uloop.h>
+}
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <vector>
+
+#include "platform/linux/ipc_server.h"
+#include "platform/linux/platformd/answer.h"
+#include "platform/linux/platformd/callees.h"
+#include "platform/linux/platformd/rc.h"
+#include "platform/linux/run_directory.h"
+
+namespace {
+
+constexpr int kUsageStatus = 2;
+
+struct Options {
+    const char* init_directory = "/etc/init.d";
+    const char* bus_socket = nullptr;
+};
+
+void print_usage() {
+    fputs(
+        "usage: platformd [-d RUN_DIRECTORY] [-i INIT_DIRECTORY] [-s BUS_SOCKET]\n"
+        "Answers the gateway's platform calls and keeps what the services would hold.\n",
+        stderr);
+}
+
+bool parse(int argc, char** argv, Options& options) {
+    int option;
+    while ((option = getopt(argc, argv, "d:i:s:")) != -1) {
+        if (option == 'i')
+            options.init_directory = optarg;
+        else if (option == 's')
+            options.bus_socket = optarg;
+        else if (option != 'd' || !set_run_directory(optarg))
+            return false;
+    }
+    return optind == argc;
+}
+
+std::vector<const char*> all_names() {
+    std::vector<const char*> names(control_names().begin(), control_names().end());
+    for (const auto& callee : all_callees())
+        names.push_back(callee.name);
+    return names;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    Options options;
+    if (!parse(argc, argv, options)) {
+        print_usage();
+        return kUsageStatus;
+    }
+    if (!gather_callees() || uloop_init() != 0) return EXIT_FAILURE;
+    const auto names = all_names();
+    if (!ipc_server_start(".platformd", names, answer_call)) {
+        fprintf(stderr, "platformd: cannot serve in %s/zu_ipc, or another one does\n",
+                run_directory());
+        return EXIT_FAILURE;
+    }
+    rc_start(options.init_directory, options.bus_socket);
+    uloop_run();
+    rc_stop();
+    ipc_server_stop();
+    uloop_done();
+    return EXIT_SUCCESS;
+}

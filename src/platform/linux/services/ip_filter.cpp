@@ -1,0 +1,110 @@
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include "platform/linux/platformd/service.h"
+#include "security/ip_filter/ip_filter_platform.h"
+
+namespace {
+
+constexpr size_t kMaxRules = 1024;
+constexpr uint32_t kBothMask = kIpFilterUpMask | kIpFilterDownMask;
+
+struct Chain {
+    uint32_t enabled;
+    uint32_t list_type;
+    std::vector<st_filter_list> rules;
+};
+
+struct IpFilter {
+    Chain up;
+    Chain down;
+};
+
+IpFilter g_filter;
+
+void reset() {
+    g_filter = {};
+}
+
+Chain* chain_of(const st_filter_list& rule) {
+    if (rule.em_dir == kIpFilterUp) return &g_filter.up;
+    return rule.em_dir == kIpFilterDown ? &g_filter.down : nullptr;
+}
+
+int32_t apply_modes(const st_filter_mode& mode, uint32_t directions) {
+    if ((directions & ~kBothMask) != 0) return -1;
+    if ((directions & kIpFilterUpMask) != 0) {
+        g_filter.up.enabled = mode.up_filter_en;
+        g_filter.up.list_type = mode.em_up_listtype;
+    }
+    if ((directions & kIpFilterDownMask) != 0) {
+        g_filter.down.enabled = mode.dn_filter_en;
+        g_filter.down.list_type = mode.em_dn_listtype;
+    }
+    return 0;
+}
+
+int32_t set(st_filter_mode& mode) {
+    return apply_modes(mode, mode.ui_dir_bitmap);
+}
+
+int32_t restart_set(st_filter_mode& mode) {
+    return apply_modes(mode, kBothMask);
+}
+
+// Equal rules are kept as often as they are added: when a rule is replaced by the same one, the new
+// one is added before the old one is removed.
+int32_t rule_add(st_filter_list& rule) {
+    auto* chain = chain_of(rule);
+    if (!chain || chain->rules.size() == kMaxRules) return -1;
+    chain->rules.push_back(rule);
+    return 0;
+}
+
+// A rule that is not held is no error: while the filter is off the chains are empty and the
+// daemon's rules can still be deleted.
+int32_t rule_del(st_filter_list& rule) {
+    auto* chain = chain_of(rule);
+    if (!chain) return -1;
+    const auto found = std::ranges::find_if(chain->rules, [&rule](const st_filter_list& held) {
+        return memcmp(&held, &rule, sizeof(held)) == 0;
+    });
+    if (found != chain->rules.end()) chain->rules.erase(found);
+    return 0;
+}
+
+int32_t flush_chain(st_flush_chain& flush) {
+    if ((flush.ui_dir_bitmap & ~kBothMask) != 0) return -1;
+    if ((flush.ui_dir_bitmap & kIpFilterUpMask) != 0) g_filter.up.rules.clear();
+    if ((flush.ui_dir_bitmap & kIpFilterDownMask) != 0) g_filter.down.rules.clear();
+    return 0;
+}
+
+void print_chain(std::string& out, const char* name, const Chain& chain) {
+    state_line(out, "%s enabled=%u listtype=%u rules=%zu", name, chain.enabled, chain.list_type,
+               chain.rules.size());
+    for (const auto& rule : chain.rules)
+        state_record(out, std::string(name) + " rule", kFilterListLayout, &rule);
+}
+
+void print(std::string& out) {
+    print_chain(out, "up", g_filter.up);
+    print_chain(out, "down", g_filter.down);
+}
+
+constexpr ServiceCall kCalls[] = {
+    service_call<set>(kIpFilterSetCall, kFilterModeLayout),
+    service_call<restart_set>(kIpFilterRestartSetCall, kFilterModeLayout),
+    service_call<rule_add>(kIpFilterRuleAddCall, kFilterListLayout),
+    service_call<rule_del>(kIpFilterRuleDelCall, kFilterListLayout),
+    service_call<flush_chain>(kIpFilterFlushChainCall, kFlushChainLayout),
+};
+
+ServiceRegistration g_registration({.name = "ip_filter",
+                                    .init = "zu_sec_ipfilter_init",
+                                    .reset = reset,
+                                    .calls = kCalls,
+                                    .print = print});
+
+}  // namespace

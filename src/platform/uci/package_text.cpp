@@ -1,0 +1,103 @@
+#include "platform/uci/package_text.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <string_view>
+
+#include "platform/uci/uci_names.h"
+
+std::mutex libuci_statics;
+
+namespace {
+
+void append_quoted(std::string& to, std::string_view text) {
+    to.append(" '");
+    for (size_t quote; (quote = text.find('\'')) != text.npos; text.remove_prefix(quote + 1))
+        to.append(text.substr(0, quote)).append("'\\''");
+    to.append(text).append("'\n");
+}
+
+void append_option(std::string& to, const uci_option& option) {
+    if (option.type == UCI_TYPE_STRING) {
+        to.append("\toption ").append(option.e.name);
+        return append_quoted(to, option.v.string);
+    }
+    const uci_element* item;
+    uci_foreach_element(&option.v.list, item) {
+        to.append("\tlist ").append(option.e.name);
+        append_quoted(to, item->name);
+    }
+}
+
+void append_section(std::string& to, const uci_section& section) {
+    to.append("\nconfig ").append(section.type);
+    if (section.anonymous)
+        to += '\n';
+    else
+        append_quoted(to, section.e.name);
+    const uci_element* option;
+    uci_foreach_element(&section.options, option) {
+        append_option(to, *uci_to_option(option));
+    }
+}
+
+/// Types are written without quotes.
+bool type_reads_back(const char* type) {
+    if (!*type) return false;
+    for (; *type; ++type)
+        if (*type <= ' ' || *type > '~' || strchr("'\"\\#;", *type)) return false;
+    return true;
+}
+
+bool is_second_of_its_name(const uci_package& package, const uci_section& section) {
+    const uci_element* other;
+    uci_foreach_element(&package.sections, other) {
+        if (other == &section.e) return false;
+        if (!uci_to_section(other)->anonymous && strcmp(other->name, section.e.name) == 0)
+            return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+// The parser reads from memory, since it never ends on a stream that reports a read error; it skips
+// what follows a NUL, so a text with one is refused.
+uci_package* parse_package(uci_context* context, const char* name, std::string text) {
+    if (!context || text.find('\0') != text.npos) return nullptr;
+    text += '\n';
+    FILE* stream = fmemopen(text.data(), text.size(), "r");
+    if (!stream) return nullptr;
+    uci_package* package = nullptr;
+    {
+        const std::lock_guard serialised(libuci_statics);
+        if (uci_import(context, stream, name, &package, true) != UCI_OK) package = nullptr;
+    }
+    fclose(stream);
+    return package;
+}
+
+// uci_export spends more time in its thousands of fprintf than all the rest of a change takes
+// beside the syncing of the disk, and writes unescaped text when memory is short.
+std::string format_package(const uci_package& package, size_t expected) {
+    std::string text;
+    text.reserve(expected);
+    const uci_element* section;
+    uci_foreach_element(&package.sections, section) {
+        append_section(text, *uci_to_section(section));
+    }
+    return text += '\n';
+}
+
+bool sections_read_back(const uci_package& package) {
+    const uci_element* element;
+    uci_foreach_element(&package.sections, element) {
+        const uci_section& section = *uci_to_section(element);
+        if (!type_reads_back(section.type)) return false;
+        if (!section.anonymous &&
+            (!uci_is_name(element->name, SIZE_MAX) || is_second_of_its_name(package, section)))
+            return false;
+    }
+    return true;
+}

@@ -1,0 +1,383 @@
+#include "platform/include/zu_ipc.h"
+
+extern "C" {
+#include <libubox/uloop.h>
+}
+
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+
+#include "ipc_peers.h"
+#include "scratch.h"
+
+namespace {
+
+// ---- A service on the serving library, in a process of its own ----
+
+/// What the service has been called with, in order.
+struct Diary {
+    size_t length;
+    char calls[4096];
+};
+
+Diary* g_diary;
+
+int32_t note(void* record, uint32_t size) {
+    if (size == 1) g_diary->calls[g_diary->length++] = *static_cast<char*>(record);
+    return 0;
+}
+
+int32_t increment(void* record, uint32_t size) {
+    auto* bytes = static_cast<uint8_t*>(record);
+    for (uint32_t i = 0; i < size; ++i)
+        ++bytes[i];
+    return static_cast<int32_t>(size);
+}
+
+int32_t is_null(void* record, uint32_t size) {
+    return record == nullptr && size == 0 ? 41 : 0;
+}
+
+const zu_owal_ipc_entry kEntries[] = {{"note_call", note},
+                                      {"note_too_call", note},
+                                      {"increment_call", increment},
+                                      {"is_null_call", is_null}};
+
+class EntriesTest : public ScratchTest {
+  protected:
+    EntriesTest() {
+        void* shared =
+            mmap(nullptr, sizeof(Diary), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+        g_diary = static_cast<Diary*>(shared);
+        start();
+    }
+    ~EntriesTest() override { munmap(g_diary, sizeof(Diary)); }
+
+    void start() {
+        service_ = Child::run([] {
+            uloop_init();
+            for (const auto& entry : kEntries)
+                zu_owal_ipc_register(&entry);
+            if (zu_owal_ipc_serve() != 0) _exit(9);
+            uloop_run();
+        });
+        ASSERT_TRUE(eventually([] {
+            const RawSocket socket(RawSocket::connected(".appcfgd"));
+            sockaddr_un address;
+            return socket.fd() >= 0 && ipc_resolve("is_null_call", address);
+        }));
+    }
+
+    std::string diary() const { return {g_diary->calls, g_diary->length}; }
+
+    Child service_;
+};
+
+TEST_F(EntriesTest, QueuedAndWaitingCallsArriveInOrder) {
+    std::string expected;
+    for (char c = 'a'; c <= 'z'; ++c) {
+        const char* name = c % 2 ? "note_call" : "note_too_call";
+        const bool waits = c % 5 == 0;
+        ASSERT_EQ(0, waits ? zu_ipc_call(name, &c, 1) : zu_ipc_asyn_call(name, &c, 1));
+        expected += c;
+        if (waits) {
+            ASSERT_EQ(expected, diary());
+        }
+    }
+    ASSERT_EQ(0, zu_ipc_call("note_call", nullptr, 0));
+    EXPECT_EQ(expected, diary());
+}
+
+TEST_F(EntriesTest, RecordsComeBackAsTheServiceLeftThem) {
+    for (const uint32_t size : {1U, 160U, 2568U, 32768U}) {
+        std::vector<uint8_t> record(size, 7);
+        EXPECT_EQ(static_cast<int32_t>(size), zu_ipc_call("increment_call", record.data(), size));
+        EXPECT_EQ(std::vector<uint8_t>(size, 8), record);
+    }
+    EXPECT_EQ(41, zu_ipc_call("is_null_call", nullptr, 0));
+}
+
+TEST_F(EntriesTest, CallsThatCannotBeMadeFail) {
+    char record[40000] = {};
+    for (const char* name : {"missing_call", "", ".appcfgd", "../zu_ipc/note_call", "a b", "a\n"})
+        EXPECT_EQ(-1, zu_ipc_call(name, record, 1)) << name;
+    EXPECT_EQ(-1, zu_ipc_call(nullptr, record, 1));
+    EXPECT_EQ(-1, zu_ipc_call("note_call", nullptr, 1));
+    EXPECT_EQ(-1, zu_ipc_asyn_call("note_call", record, sizeof(record)));
+    EXPECT_EQ(-1, zu_ipc_asyn_call(std::string(5000, 'x').c_str(), record, 1));
+    EXPECT_EQ(0, zu_ipc_call("note_call", record, 1)) << "and harm no call that can";
+}
+
+TEST_F(EntriesTest, DeadServiceIsNoticedAndItsSuccessorFound) {
+    char c = 'x';
+    ASSERT_EQ(0, zu_ipc_call("note_call", &c, 1));
+    service_.end(SIGKILL);
+    EXPECT_EQ(-1, zu_ipc_call("note_call", &c, 1));
+    EXPECT_EQ(-1, zu_ipc_asyn_call("note_call", &c, 1));
+    start();
+    EXPECT_EQ(0, zu_ipc_call("note_call", &c, 1));
+    EXPECT_EQ("xx", diary());
+}
+
+TEST_F(EntriesTest, ConnectionThatHungUpBetweenCallsIsMadeAnew) {
+    char c = 'x';
+    ASSERT_EQ(0, zu_ipc_call("note_call", &c, 1));
+    service_.end(SIGKILL);
+    start();
+    EXPECT_EQ(0, zu_ipc_asyn_call("note_call", &c, 1));
+    EXPECT_EQ(0, zu_ipc_call("note_call", &c, 1));
+    EXPECT_EQ("xxx", diary());
+}
+
+TEST_F(EntriesTest, LivingServiceIsNotPushedAside) {
+    auto second = Child::run([] {
+        uloop_init();
+        for (const auto& entry : kEntries)
+            zu_owal_ipc_register(&entry);
+        _exit(zu_owal_ipc_serve() == -1 ? 5 : 6);
+    });
+    EXPECT_EQ(5, WEXITSTATUS(second.end()));
+    EXPECT_EQ(41, zu_ipc_call("is_null_call", nullptr, 0));
+}
+
+TEST_F(EntriesTest, OnlyTheOwnerCanCall) {
+    using std::filesystem::perms;
+    const auto mode = [](const auto& path) { return std::filesystem::status(path).permissions(); };
+    EXPECT_EQ(perms::owner_all, mode(ipc("")));
+    EXPECT_EQ(perms::owner_read | perms::owner_write, mode(ipc(".appcfgd")));
+    EXPECT_EQ(".appcfgd", std::filesystem::read_symlink(ipc("note_call")).string());
+}
+
+TEST_F(EntriesTest, DirectoryOpenToOthersIsNotServedIn) {
+    service_.end(SIGTERM);
+    std::filesystem::permissions(ipc(""), std::filesystem::perms::all);
+    auto service = Child::run([] {
+        zu_owal_ipc_register(&kEntries[0]);
+        uloop_init();
+        _exit(zu_owal_ipc_serve() == -1 ? 5 : 6);
+    });
+    EXPECT_EQ(5, WEXITSTATUS(service.end()));
+}
+
+TEST_F(EntriesTest, CallerThatLeavesAfterItsLastQueuedCallIsHeard) {
+    for (int i = 0; i < 20; ++i) {
+        const RawSocket caller(RawSocket::connected(".appcfgd"));
+        ASSERT_TRUE(caller.send_message(request_message("note_call", true, "a")));
+        ASSERT_TRUE(caller.send_message(request_message("note_call", true, "b")));
+    }
+    ASSERT_TRUE(eventually([this] { return diary().size() == 40; }));
+}
+
+TEST_F(EntriesTest, HostileCallersHarmNobody) {
+    RequestFuzzer fuzzer;
+    const auto model = request_message("increment_call", false, "record");
+    for (int i = 0; i < 2000; ++i) {
+        const RawSocket caller(RawSocket::connected(".appcfgd"));
+        ASSERT_GE(caller.fd(), 0);
+        caller.send_message(fuzzer.next(model));
+    }
+    EXPECT_EQ(41, zu_ipc_call("is_null_call", nullptr, 0));
+    EXPECT_TRUE(service_.alive());
+}
+
+TEST_F(EntriesTest, MalformedRequestsAreHungUpOnAndUnknownNamesRefused) {
+    const auto good = request_message("is_null_call", false, "");
+    auto magic = good, version = good, flags = good, name_size = good, record_size = good;
+    magic[0] = 'z';
+    version[4] = 2;
+    flags[5] = 2;
+    name_size[6] = 11;
+    record_size[8] = 1;
+    const auto slash = request_message("is/null_call", false, "");
+    for (const auto& bad : {magic, version, flags, name_size, record_size, slash,
+                            good.substr(0, 11), good + 'x', Message(kIpcMaxRequest + 1, 'Z')}) {
+        const RawSocket caller(RawSocket::connected(".appcfgd"));
+        ASSERT_TRUE(caller.send_message(bad));
+        EXPECT_EQ("", caller.receive());
+    }
+    const RawSocket caller(RawSocket::connected(".appcfgd"));
+    caller.send_message(request_message("unknown_call", false, "abc"));
+    EXPECT_EQ(reply_message(-1, "abc"), caller.receive());
+    caller.send_message(good);
+    EXPECT_EQ(reply_message(41, ""), caller.receive());
+}
+
+TEST_F(EntriesTest, CallersThatDoNotReadOrAreTooManyDoNotStopOthers) {
+    const RawSocket deaf(RawSocket::connected(".appcfgd"));
+    const auto request = request_message("increment_call", false, Message(30000, 'x'));
+    for (int i = 0; i < 200; ++i)
+        deaf.send_message(request, MSG_DONTWAIT);
+    EXPECT_EQ(41, zu_ipc_call("is_null_call", nullptr, 0));
+    {
+        std::vector<std::unique_ptr<RawSocket>> crowd;
+        for (int i = 0; i < 200; ++i)
+            crowd.push_back(std::make_unique<RawSocket>(RawSocket::connected(".appcfgd")));
+        EXPECT_EQ(41, zu_ipc_call("is_null_call", nullptr, 0));
+    }
+    const RawSocket late(RawSocket::connected(".appcfgd"));
+    ASSERT_TRUE(late.send_message(request_message("is_null_call", false, "")));
+    EXPECT_EQ(reply_message(41, ""), late.receive());
+}
+
+TEST(Registration, RefusesWhatCannotBeServed) {
+    const auto status =
+        Child::run([] {
+            static std::vector<std::string> names;
+            static std::vector<zu_owal_ipc_entry> entries;
+            for (int i = 0; i < 65; ++i)
+                names.push_back("entry" + std::to_string(i));
+            for (const auto& name : names)
+                entries.push_back({name.c_str(), note});
+            const zu_owal_ipc_entry wrong[] = {{"a/b", note}, {nullptr, note}, {"x", nullptr}};
+            for (const auto& entry : wrong)
+                if (zu_owal_ipc_register(&entry) != -1) _exit(1);
+            for (int i = 0; i < 64; ++i)
+                if (zu_owal_ipc_register(&entries[i]) != 0) _exit(2);
+            if (zu_owal_ipc_register(&entries[64]) != -1) _exit(3);
+            if (zu_owal_ipc_register(&entries[0]) != -1) _exit(4);
+        }).end();
+    EXPECT_EQ(0, WEXITSTATUS(status));
+}
+
+// ---- Services that misbehave ----
+
+class HostileServiceTest : public ScratchTest {
+  protected:
+    /// Serves two names: each connection is handed to `talk`, one after the other.
+    void serve(const std::function<void(const RawSocket&)>& talk) {
+        const int listener = listen_as(".hostile", {"one_call", "two_call"});
+        service_ = Child::run([=] {
+            for (;;)
+                talk(RawSocket(accept(listener, nullptr, nullptr)));
+        });
+        close(listener);
+    }
+
+    Child service_;
+};
+
+TEST_F(HostileServiceTest, RequestsHaveTheAgreedBytes) {
+    serve([](const RawSocket& caller) {
+        for (auto request = caller.receive(); !request.empty(); request = caller.receive())
+            caller.send_message(reply_message(static_cast<int32_t>(request.size()), request));
+    });
+    char record[64] = "ab";
+    ASSERT_EQ(12 + 8 + 64, zu_ipc_call("one_call", record, sizeof(record)));
+    const char expected[] = "ZIPC\x01\x00\x08\x00\x40\x00\x00\x00one_callab";
+    EXPECT_EQ(0, memcmp(expected, record, sizeof(expected)));
+    ASSERT_EQ(12 + 8, zu_ipc_call("two_call", nullptr, 0));
+}
+
+TEST_F(HostileServiceTest, MalformedRepliesFailTheCallLeaveTheRecordAndDropTheConnection) {
+    const auto good = reply_message(3, "1234");
+    auto magic = good, longer = good, shorter = good;
+    magic[3] = 'X';
+    longer[8] = 5;
+    shorter[8] = 3;
+    const std::vector<Message> bad = {magic,
+                                      longer,
+                                      shorter,
+                                      good.substr(0, 11),
+                                      "Z",
+                                      good + 'x',
+                                      Message(kIpcMaxReply + 1, 'Z')};
+    serve([&bad, &good](const RawSocket& caller) {
+        static size_t next = 0;
+        for (; !caller.receive().empty(); ++next)
+            caller.send_message(next % 2 == 0 ? bad[next / 2] : good);
+    });
+    for (size_t i = 0; i < bad.size(); ++i) {
+        char record[] = "abcd";
+        EXPECT_EQ(-1, zu_ipc_call("one_call", record, 4)) << i;
+        EXPECT_STREQ("abcd", record) << i;
+        EXPECT_EQ(3, zu_ipc_call("one_call", record, 4)) << i;
+        EXPECT_STREQ("1234", record) << i;
+    }
+}
+
+TEST_F(HostileServiceTest, RecordThatComesBackIsCutToTheCallersSize) {
+    serve([](const RawSocket& caller) {
+        while (!caller.receive().empty())
+            caller.send_message(reply_message(0, "123456"));
+    });
+    char record[] = "abcdefgh";
+    EXPECT_EQ(0, zu_ipc_call("one_call", record, 4));
+    EXPECT_STREQ("1234efgh", record);
+    EXPECT_EQ(0, zu_ipc_call("one_call", record, 8));
+    EXPECT_STREQ("123456gh", record);
+    EXPECT_EQ(0, zu_ipc_call("one_call", nullptr, 0));
+}
+
+TEST_F(HostileServiceTest, AnswersNobodyAskedForAreNotTakenForLaterOnes) {
+    int sent[2];
+    ASSERT_EQ(0, pipe(sent));
+    serve([sent](const RawSocket& caller) {
+        static int32_t connection = 0;
+        ++connection;
+        while (!caller.receive().empty()) {
+            caller.send_message(reply_message(10 * connection, ""));
+            caller.send_message(reply_message(10 * connection + 1, ""));
+            if (write(sent[1], "", 1) != 1) _exit(1);
+        }
+    });
+    char token;
+    EXPECT_EQ(10, zu_ipc_call("one_call", nullptr, 0));
+    EXPECT_EQ(1, read(sent[0], &token, 1));
+    EXPECT_EQ(20, zu_ipc_call("two_call", nullptr, 0));
+    EXPECT_EQ(1, read(sent[0], &token, 1));
+    EXPECT_EQ(0, zu_ipc_asyn_call("one_call", nullptr, 0));
+    EXPECT_EQ(1, read(sent[0], &token, 1));
+    EXPECT_EQ(40, zu_ipc_call("one_call", nullptr, 0));
+    close(sent[0]);
+    close(sent[1]);
+}
+
+TEST_F(HostileServiceTest, ServiceThatDiesInMidCallFailsThatCallOnly) {
+    serve([](const RawSocket& caller) {
+        static int calls = 0;
+        if (caller.receive().empty() || ++calls == 1) return;
+        caller.send_message(reply_message(0, ""));
+        caller.receive();
+    });
+    EXPECT_EQ(-1, zu_ipc_call("one_call", nullptr, 0));
+    EXPECT_EQ(0, zu_ipc_call("one_call", nullptr, 0));
+}
+
+TEST_F(HostileServiceTest, QueuedCallsToAServiceThatDoesNotReadFailInTimeAndLoseNothingQueued) {
+    int gate[2];
+    ASSERT_EQ(0, pipe(gate));
+    serve([gate](const RawSocket& caller) {
+        static char go = 0;
+        while (!go && read(gate[0], &go, 1) != 1)
+            continue;
+        int32_t queued = 0;
+        for (auto request = caller.receive(); !request.empty(); request = caller.receive())
+            request[5] == kIpcAsynchronous ? void(++queued)
+                                           : void(caller.send_message(reply_message(queued, "")));
+    });
+    const std::string record(8192, 'x');
+    int32_t accepted = 0;
+    const auto begin = std::chrono::steady_clock::now();
+    while (zu_ipc_asyn_call("one_call", record.data(), 8192) == 0)
+        ++accepted;
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
+    EXPECT_GT(accepted, 0);
+    ASSERT_EQ(1, write(gate[1], "g", 1));
+    EXPECT_EQ(accepted, zu_ipc_call("two_call", nullptr, 0));
+    close(gate[0]);
+    close(gate[1]);
+}
+
+TEST_F(HostileServiceTest, LinksThatLeadNowhereFail) {
+    listen_as(".hostile", {});
+    write_file(ipc(".file"), "");
+    const std::string far(200, 'x');
+    for (const char* target : {".nothing", ".file", ".", "/", far.c_str()}) {
+        ASSERT_TRUE(ipc_link("one_call", target));
+        EXPECT_EQ(-1, zu_ipc_call("one_call", nullptr, 0)) << target;
+    }
+    write_file(ipc("two_call"), "");
+    EXPECT_EQ(-1, zu_ipc_call("two_call", nullptr, 0));
+}
+
+}  // namespace

@@ -1,0 +1,294 @@
+// The platform's helpers around the operating system: commands, ebtables, the log gate, texts.
+
+extern "C" {
+#include <libubox/uloop.h>
+}
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+
+#include <cstdlib>
+
+#include "platform/include/securec.h"
+#include "platform/include/zu_ebtables.h"
+#include "platform/include/zu_log.h"
+#include "platform/include/zu_os.h"
+#include "platform/linux/log_gate.h"
+#include "scratch.h"
+
+namespace {
+
+class EbtablesTest : public ScratchTest {
+  protected:
+    EbtablesTest() : path_(getenv("PATH")) {
+        install("printf '[%s]' \"$@\" >>\"$0.log\"; echo >>\"$0.log\"");
+        setenv("PATH", (directory().string() + ":" + path_).c_str(), 1);
+    }
+    ~EbtablesTest() override { setenv("PATH", path_.c_str(), 1); }
+
+    void install(const std::string& script) {
+        write_file(program(), "#!/bin/sh\n" + script + "\n");
+        std::filesystem::permissions(program(), std::filesystem::perms::owner_all);
+    }
+
+    std::filesystem::path program() const { return directory() / "ebtables"; }
+    std::string log() const { return read_file(program().string() + ".log"); }
+
+  private:
+    std::string path_;
+};
+
+TEST_F(EbtablesTest, RunsOneCommandPerCall) {
+    EXPECT_EQ(0, zu_ebtables_newchain("nat", "SPEED", "RETURN"));
+    EXPECT_EQ(0, zu_ebtables_rule_op("nat", "-I", "PREROUTING", "-j SPEED"));
+    EXPECT_EQ(0, zu_ebtables_flushchain("nat", "SPEED"));
+    EXPECT_EQ(0, zu_ebtables_delchain("nat", "SPEED"));
+    EXPECT_EQ(
+        "[-t][nat][-N][SPEED][-P][RETURN]\n[-t][nat][-I][PREROUTING][-j][SPEED]\n"
+        "[-t][nat][-F][SPEED]\n[-t][nat][-X][SPEED]\n",
+        log());
+}
+
+TEST_F(EbtablesTest, NoTextIsReadByAShell) {
+    const auto trap = (directory() / "trap").string();
+    const auto rule = "  -s $(touch " + trap + ") \t`touch " + trap + "`;* \"a b\" '$HOME'  ";
+    EXPECT_EQ(0, zu_ebtables_rule_op("nat", "-A",
+                                     "CHAIN; touch "
+                                     "x",
+                                     rule.c_str()));
+    EXPECT_EQ("[-t][nat][-A][CHAIN; touch x][-s][$(touch][" + trap + ")][`touch][" + trap +
+                  "`;*][\"a][b\"]['$HOME']\n",
+              log());
+    EXPECT_FALSE(std::filesystem::exists(trap));
+}
+
+TEST_F(EbtablesTest, FailuresAreReported) {
+    const std::string long_rule(1024, 'x');
+    std::string many_words;
+    for (int i = 0; i < 64; ++i)
+        many_words += "x ";
+    EXPECT_EQ(-1, zu_ebtables_rule_op("nat", "-A", "C", long_rule.c_str()));
+    EXPECT_EQ(-1, zu_ebtables_rule_op("nat", "-A", "C", many_words.c_str()));
+    EXPECT_EQ(-1, zu_ebtables_rule_op("nat", "-A", "C", nullptr));
+    EXPECT_EQ(-1, zu_ebtables_newchain("nat", nullptr, "RETURN"));
+    EXPECT_EQ("", log());
+    install("exit 4");
+    EXPECT_EQ(-1, zu_ebtables_flushchain("nat", "C"));
+    install("kill -9 $$");
+    EXPECT_EQ(-1, zu_ebtables_flushchain("nat", "C"));
+    setenv("PATH", "/nonexistent", 1);
+    EXPECT_EQ(-1, zu_ebtables_flushchain("nat", "C"));
+}
+
+class CommandTest : public ScratchTest {
+  protected:
+    std::string out() const { return (directory() / "out").string(); }
+};
+
+TEST_F(CommandTest, RunsLinesWithTheShell) {
+    EXPECT_EQ(0, zu_os_vcmd("echo a%db | tr b c >%s", 7, out().c_str()));
+    EXPECT_EQ("a7c\n", read_file(out()));
+    EXPECT_EQ(3, WEXITSTATUS(zu_os_execcmd("exit 3")));
+    EXPECT_EQ(-1, zu_os_execcmd(nullptr));
+}
+
+TEST_F(CommandTest, LinesThatAreTooLongAreNotRunAtAll) {
+    const auto line = "echo x >" + out() + " #";
+    const int room = 1023 - static_cast<int>(line.size());
+    EXPECT_EQ(-1, zu_os_vcmd("%s%*s", line.c_str(), room + 1, ""));
+    EXPECT_FALSE(std::filesystem::exists(out()));
+    EXPECT_EQ(0, zu_os_vcmd("%s%*s", line.c_str(), room, ""));
+    EXPECT_TRUE(std::filesystem::exists(out()));
+}
+
+TEST_F(CommandTest, ChildrenInheritNeitherDescriptorsNorSignalSettings) {
+    const auto leak = fopen((directory() / "leak").c_str(), "w");
+    signal(SIGPIPE, SIG_IGN);
+    sigset_t term;
+    sigemptyset(&term);
+    sigaddset(&term, SIGTERM);
+    sigprocmask(SIG_BLOCK, &term, nullptr);
+    EXPECT_EQ(0, zu_os_vcmd("ls -l /proc/self/fd >%s; grep Sig[BI] /proc/self/status >>%s",
+                            out().c_str(), out().c_str()));
+    sigprocmask(SIG_UNBLOCK, &term, nullptr);
+    signal(SIGPIPE, SIG_DFL);
+    fclose(leak);
+    const auto seen = read_file(out());
+    EXPECT_EQ(seen.npos, seen.find("leak")) << seen;
+    EXPECT_NE(seen.npos, seen.find("SigBlk:\t0000000000000000")) << seen;
+    EXPECT_NE(seen.npos, seen.find("SigIgn:\t0000000000000000")) << seen;
+}
+
+// The event loop collects whatever child has ended; a command must get its own status all the same,
+// and must not collect the loop's children.
+TEST_F(CommandTest, StatusIsTheCommandsOwnWhileTheEventLoopHasChildren) {
+    static int command_status, process_status;
+    uloop_init();
+    uloop_process process{};
+    process.pid = fork();
+    if (process.pid == 0) _exit(5);
+    process.cb = [](uloop_process*, int status) {
+        process_status = WEXITSTATUS(status);
+        uloop_end();
+    };
+    uloop_process_add(&process);
+    uloop_timeout timeout{};
+    timeout.cb = [](uloop_timeout*) { command_status = zu_os_execcmd("sleep 0.1; exit 6"); };
+    uloop_timeout_set(&timeout, 0);
+    uloop_timeout guard{};
+    guard.cb = [](uloop_timeout*) { uloop_end(); };
+    uloop_timeout_set(&guard, 10000);
+    uloop_run();
+    uloop_timeout_cancel(&guard);
+    uloop_done();
+    EXPECT_EQ(6, WEXITSTATUS(command_status));
+    EXPECT_EQ(5, process_status);
+}
+
+class LogGateTest : public ScratchTest {
+  protected:
+    ~LogGateTest() override { reopen_log_gate(); }
+    std::string file() const { return (run() / "zu_log").string(); }
+
+    static uint32_t level_of(uint32_t module) {
+        uint32_t level = 9;
+        while (level > 0 && !zu_log_print_on(module, level))
+            --level;
+        return level;
+    }
+};
+
+constexpr uint32_t kSecurity = 0x410d000;
+constexpr uint32_t kQos = 0x410c000;
+
+TEST_F(LogGateTest, LevelsTakeEffectOnTheNextLine) {
+    EXPECT_EQ(3U, level_of(kSecurity));
+    EXPECT_EQ(512U, std::filesystem::file_size(file()));
+    ASSERT_TRUE(set_log_level(kSecurity, 7));
+    EXPECT_EQ(7U, level_of(kSecurity));
+    EXPECT_EQ(3U, level_of(kQos));
+    ASSERT_TRUE(set_log_level(kQos, 4));
+    ASSERT_TRUE(set_log_level(kSecurity, 0));
+    EXPECT_EQ(0U, level_of(kSecurity));
+    EXPECT_EQ(4U, level_of(kQos));
+    EXPECT_EQ(std::string("\x00\xd0\x10\x04\0\0\0\0\x00\xc0\x10\x04\x04\0\0\0", 16),
+              read_file(file()).substr(0, 16));
+}
+
+TEST_F(LogGateTest, FullFileTakesNoMoreModules) {
+    for (uint32_t module = 1; module <= 64; ++module)
+        ASSERT_TRUE(set_log_level(module, 5));
+    EXPECT_FALSE(set_log_level(65, 5));
+    EXPECT_FALSE(set_log_level(0, 5));
+    EXPECT_TRUE(set_log_level(64, 6));
+    EXPECT_EQ(6U, level_of(64));
+    EXPECT_EQ(3U, level_of(65));
+    EXPECT_EQ(3U, level_of(0));
+}
+
+TEST_F(LogGateTest, FilesOfAnyKindLeaveAGateThatWorks) {
+    const auto put_nothing = [this] { std::filesystem::remove_all(run()); };
+    const auto put_directory = [this] { std::filesystem::create_directories(file()); };
+    const auto put_fifo = [this] { mkfifo(file().c_str(), 0600); };
+    const auto put_link = [this] {
+        write_file(directory() / "elsewhere", std::string(512, '\0'));
+        std::filesystem::create_symlink(directory() / "elsewhere", file());
+    };
+    const auto put_open_to_others = [this] {
+        write_file(file(), std::string(512, '\0'));
+        chmod(file().c_str(), 0666);
+    };
+    const std::function<void()> puts[] = {put_nothing, put_directory, put_fifo, put_link,
+                                          put_open_to_others};
+    for (const auto& put : puts) {
+        reopen_log_gate();
+        std::filesystem::create_directories(run());
+        std::filesystem::remove_all(file());
+        put();
+        EXPECT_EQ(3U, level_of(kSecurity));
+        EXPECT_FALSE(set_log_level(kSecurity, 7));
+    }
+}
+
+TEST_F(LogGateTest, ShortFileIsMadeWhole) {
+    write_file(file(), std::string("\x00\xd0\x10\x04\x06", 5));
+    chmod(file().c_str(), 0600);
+    EXPECT_EQ(6U, level_of(kSecurity));
+    EXPECT_EQ(3U, level_of(kQos));
+}
+
+TEST(OsText, NumbersSaturateAndNullIsEmpty) {
+    char* end;
+    EXPECT_EQ(INT32_MAX, zu_os_strtol("99999999999x", &end, 10));
+    EXPECT_STREQ("x", end);
+    EXPECT_EQ(INT32_MIN, zu_os_strtol("-99999999999", nullptr, 10));
+    EXPECT_EQ(-18, zu_os_strtol(" -0x12", nullptr, 0));
+    EXPECT_EQ(0, zu_os_strtol(nullptr, &end, 10));
+    EXPECT_STREQ("", end);
+    EXPECT_EQ(0U, zu_os_strlen(nullptr));
+    EXPECT_EQ(0, zu_os_strcmp(nullptr, ""));
+    EXPECT_GT(zu_os_strcmp("a", nullptr), 0);
+}
+
+TEST(OsText, MacsAreParsedWholeOrNotAtAll) {
+    uint8_t mac[6] = {1, 2, 3, 4, 5, 6};
+    for (const char* bad :
+         {"", "00:11:22:33:44", "00:11:22:33:44:5", "00:11:22:33:44:55:", "00-11-22-33-44-55",
+          "00:11:22:33:44:5g", "0:11:22:33:44:55", " 00:11:22:33:44:55"})
+        EXPECT_EQ(-1, zu_mac_pton(bad, mac)) << bad;
+    EXPECT_EQ(-1, zu_mac_pton(nullptr, mac));
+    EXPECT_EQ(0, memcmp(mac, "\1\2\3\4\5\6", 6));
+    EXPECT_EQ(0, zu_mac_pton("0A:bc:DE:f0:12:99", mac));
+    EXPECT_EQ(0, memcmp(mac, "\x0a\xbc\xde\xf0\x12\x99", 6));
+}
+
+TEST(BoundedFunctions, CopyWholeTextsOrNone) {
+    char text[8] = "before";
+    EXPECT_EQ(0, strcpy_s(text, sizeof(text), "1234567"));
+    EXPECT_STREQ("1234567", text);
+    EXPECT_NE(0, strcpy_s(text, sizeof(text), "12345678"));
+    EXPECT_STREQ("", text);
+    EXPECT_EQ(0, strncpy_s(text, sizeof(text), "123456789", 7));
+    EXPECT_STREQ("1234567", text);
+    EXPECT_EQ(0, strncpy_s(text, sizeof(text), "12", sizeof(text)));
+    EXPECT_STREQ("12", text);
+    EXPECT_NE(0, strncpy_s(text, sizeof(text), "123456789", 8));
+    EXPECT_STREQ("", text);
+    EXPECT_EQ(0, memcpy_s(text, sizeof(text), "12345678", 8));
+    EXPECT_NE(0, memcpy_s(text, 4, "abcdefgh", 8));
+    EXPECT_EQ(0, memcmp(text,
+                        "\0\0\0\0"
+                        "5678",
+                        8));
+    EXPECT_EQ(0, memset_s(text, sizeof(text), 'x', 2));
+    EXPECT_NE(0, memset_s(text, 4, 0, 8));
+    EXPECT_EQ(0, memcmp(text,
+                        "\0\0\0\0"
+                        "5678",
+                        8));
+}
+
+TEST(BoundedFunctions, FormatWholeTextsOrSayThatTheyDidNot) {
+    char text[8];
+    EXPECT_EQ(7, sprintf_s(text, sizeof(text), "%s%d", "abc", 1234));
+    EXPECT_EQ(-1, sprintf_s(text, sizeof(text), "%s%d", "abc", 12345));
+    EXPECT_STREQ("", text);
+    EXPECT_EQ(-1, snprintf_s(text, sizeof(text), 3, "%d", 12345));
+    EXPECT_STREQ("123", text);
+    EXPECT_EQ(3, snprintf_s(text, sizeof(text), 3, "%d", 123));
+    EXPECT_EQ(-1, snprintf_s(text, sizeof(text), 20, "%s", "12345678"));
+    EXPECT_STREQ("", text);
+    unsigned a = 0, b = 0;
+    EXPECT_EQ(2, sscanf_s("12;0x1f", "%u;%x", &a, &b));
+    EXPECT_EQ(12U, a);
+    EXPECT_EQ(31U, b);
+    EXPECT_EQ(-1, sscanf_s("", "%u", &a));
+    char words[] = "a,,b";
+    char* rest;
+    EXPECT_STREQ("a", strtok_s(words, ",", &rest));
+    EXPECT_STREQ("b", strtok_s(nullptr, ",", &rest));
+    EXPECT_EQ(nullptr, strtok_s(nullptr, ",", &rest));
+}
+
+}  // namespace

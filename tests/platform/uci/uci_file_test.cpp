@@ -1,0 +1,204 @@
+#include "uci_file.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+
+#include <cstring>
+#include <thread>
+
+#include "platform/uci/package_text.h"
+#include "scratch.h"
+
+namespace {
+
+class UciFileTest : public Scratch {
+  protected:
+    bool set(UciFile& file, const char* section, const char* option, const char* value) {
+        uci_ptr pointer = {};
+        pointer.p = file.package();
+        pointer.package = file.name();
+        pointer.section = section;
+        pointer.option = option;
+        pointer.value = value;
+        return uci_set(context.get(), &pointer) == UCI_OK;
+    }
+    bool change(const char* package, const char* section, const char* option, const char* value) {
+        UciFile file(context.get(), package);
+        return file.load_for_change() && set(file, section, option, value) && file.commit();
+    }
+
+    UciContext context = uci_new_context();
+};
+
+TEST_F(UciFileTest, ModeOwnerAndLinksOfTheFileStay) {
+    std::filesystem::create_directory(folder + "/elsewhere");
+    std::ofstream(folder + "/elsewhere/real") << "config row 'r'\n";
+    chmod((folder + "/elsewhere/real").c_str(), 0640);
+    const bool owned_by_another = chown((folder + "/elsewhere/real").c_str(), 12, 34) == 0;
+    symlink("../elsewhere/real", path("network").c_str());
+    ASSERT_TRUE(change("network", "r", "a", "1"));
+    EXPECT_TRUE(std::filesystem::is_symlink(path("network")));
+    EXPECT_EQ(read("network"), "\nconfig row 'r'\n\toption a '1'\n\n");
+    EXPECT_EQ(status("network").st_mode & 07777, 0640u);
+    EXPECT_EQ(status("network").st_gid, owned_by_another ? 34u : getgid());
+    EXPECT_EQ(entries(), std::set<std::string>{"network"});
+}
+
+TEST_F(UciFileTest, AMissingPackageIsMadeOnlyOnRequestAndOnlyByACommit) {
+    UciFile file(context.get(), "network");
+    EXPECT_FALSE(file.load());
+    EXPECT_FALSE(file.load_for_change());
+    ASSERT_TRUE(file.load_for_change(UciMissing::Create));
+    file.discard();
+    EXPECT_TRUE(entries().empty());
+    ASSERT_TRUE(file.load_for_change(UciMissing::Create));
+    EXPECT_FALSE(file.load_for_change());
+    EXPECT_TRUE(set(file, "new", nullptr, "row"));
+    ASSERT_TRUE(file.commit());
+    EXPECT_FALSE(file.commit());
+    EXPECT_EQ(read("network"), "\nconfig row 'new'\n\n");
+    EXPECT_EQ(status("network").st_mode & 07777, 0600u);
+}
+
+TEST_F(UciFileTest, WritesByteForByteWhatLibuciExports) {
+    write(
+        "network",
+        "package x\nconfig row 'r'\n\toption q '''it'\\''s'\n\toption e ''\n\tlist l ''\n\tlist l "
+        "\"a'\"\nconfig row\nconfig bridge-vlan v\n\toption m 'one\ntwo'\n");
+    UciFile file(context.get(), "network");
+    ASSERT_TRUE(file.load());
+    char* text = nullptr;
+    size_t size = 0;
+    FILE* stream = open_memstream(&text, &size);
+    ASSERT_EQ(uci_export(context.get(), stream, file.package(), false), UCI_OK);
+    fclose(stream);
+    EXPECT_EQ(format_package(*file.package(), 0), std::string(text, size));
+    free(text);
+}
+
+TEST_F(UciFileTest, NamesThatWouldNotReadBackAreRefused) {
+    write("network", "config 'a#b' one\nconfig row two\n");
+    const auto text = read("network");
+    EXPECT_FALSE(change("network", "two", "a", "1"));
+    EXPECT_EQ(read("network"), text);
+    for (const char* name : {"one", "a b", "a'", ""}) {
+        write("network", "config row one\nconfig row two\n");
+        UciFile file(context.get(), "network");
+        ASSERT_TRUE(file.load_for_change());
+        uci_ptr pointer = {};
+        pointer.p = file.package();
+        pointer.package = "network";
+        pointer.section = "two";
+        pointer.value = name;
+        ASSERT_EQ(uci_rename(context.get(), &pointer), UCI_OK);
+        EXPECT_FALSE(file.commit()) << name;
+        EXPECT_EQ(file.package(), nullptr);
+        EXPECT_EQ(read("network"), "config row one\nconfig row two\n");
+    }
+}
+
+TEST_F(UciFileTest, PendingEditsOfOthersAreNeitherSeenNorPublished) {
+    const std::string package = "appcfgd_pending_" + std::to_string(getpid());
+    const std::string pending = "/tmp/.uci/" + package;
+    std::filesystem::create_directory("/tmp/.uci");
+    write(package, "config row 'r'\n");
+    std::ofstream(pending) << package << ".r.pending='1'\n";
+    ASSERT_TRUE(change(package.c_str(), "r", "a", "1"));
+    EXPECT_EQ(read(package), "\nconfig row 'r'\n\toption a '1'\n\n");
+    std::string lookup = package + ".r.a";
+    uci_ptr pointer;
+    EXPECT_NE(uci_lookup_ptr(context.get(), &pointer, lookup.data(), true), UCI_OK);
+    EXPECT_TRUE(std::filesystem::remove(pending));
+}
+
+TEST_F(UciFileTest, ALockOfAnotherIsWaitedForButNotForEver) {
+    write("network", "config row 'r'\n");
+    const int other = open(path("network").c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_EQ(flock(other, LOCK_SH), 0);
+    EXPECT_FALSE(change("network", "r", "a", "1"));
+    EXPECT_EQ(read("network"), "config row 'r'\n");
+    std::thread holder([&] {
+        usleep(100'000);
+        flock(other, LOCK_UN);
+    });
+    EXPECT_TRUE(change("network", "r", "a", "1"));
+    holder.join();
+    close(other);
+}
+
+TEST_F(UciFileTest, AProgramThatLocksNothingIsNotOverwritten) {
+    write("network", "config row 'r'\n");
+    UciFile file(context.get(), "network");
+    ASSERT_TRUE(file.load_for_change() && set(file, "r", "a", "1"));
+    write("network", "config row 'theirs'\n");
+    EXPECT_FALSE(file.commit());
+    EXPECT_EQ(read("network"), "config row 'theirs'\n");
+    EXPECT_TRUE(change("network", "theirs", "a", "1"));
+}
+
+// libuci unlocks the file and then renames its new one into place.
+TEST_F(UciFileTest, ACommitThatHasUnlockedButNotRenamedIsAwaited) {
+    write("network", "config row 'r'\n");
+    write(".network.uci-aBcDeF", "config row 'r'\n\toption theirs '1'\n");
+    std::thread committer([&] {
+        usleep(100'000);
+        std::filesystem::rename(path(".network.uci-aBcDeF"), path("network"));
+    });
+    EXPECT_TRUE(change("network", "r", "ours", "1"));
+    committer.join();
+    EXPECT_EQ(read("network"), "\nconfig row 'r'\n\toption theirs '1'\n\toption ours '1'\n\n");
+
+    write(".network.uci-crashed", "");
+    EXPECT_FALSE(change("network", "r", "ours", "2"));
+    sleep(3);
+    EXPECT_TRUE(change("network", "r", "ours", "2"));
+}
+
+// A program that waits in libuci's commit reads the file it has waited for, whatever its name says
+// by then.
+TEST_F(UciFileTest, WhoWaitsForTheOldFileFindsTheNewContentInIt) {
+    write("network", "config row 'r'\n\toption a 'a long text that will go away'\n");
+    const int waiting = open(path("network").c_str(), O_RDONLY | O_CLOEXEC);
+    link(path("network").c_str(), path("backup").c_str());
+    ASSERT_TRUE(change("network", "r", "a", "1"));
+    EXPECT_NE(read("backup"), read("network"));
+    close(waiting);
+    std::filesystem::remove(path("backup"));
+
+    const int again = open(path("network").c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_TRUE(change("network", "r", "a", "2"));
+    char text[256] = {};
+    EXPECT_GT(::read(again, text, sizeof(text) - 1), 0);
+    EXPECT_EQ(text, read("network"));
+    close(again);
+}
+
+TEST_F(UciFileTest, ThreadsChangePackagesAtTheSameTime) {
+    write("network", "config row 'r'\n");
+    write("firewall", "config row 'r'\n");
+    const auto edit = [](const char* package, const char* option) {
+        const UciContext own = uci_new_context();
+        for (int n = 0; n < 30; ++n) {
+            UciFile file(own.get(), package);
+            ASSERT_TRUE(file.load_for_change());
+            uci_ptr pointer = {};
+            pointer.p = file.package();
+            pointer.package = package;
+            pointer.section = "r";
+            pointer.option = option;
+            const std::string value = std::to_string(n);
+            pointer.value = value.c_str();
+            ASSERT_EQ(uci_set(own.get(), &pointer), UCI_OK);
+            ASSERT_TRUE(file.commit());
+        }
+    };
+    std::thread first(edit, "network", "a");
+    std::thread second(edit, "firewall", "a");
+    edit("network", "b");
+    first.join();
+    second.join();
+    EXPECT_EQ(get("network", "r", "a") + get("network", "r", "b") + get("firewall", "r", "a"),
+              "292929");
+}
+
+}  // namespace
