@@ -1,0 +1,92 @@
+#pragma once
+
+#include <cstdint>
+
+#include "core/table.h"
+
+struct ubus_object;
+
+// The IP filter blocks or admits traffic between LAN and WAN addresses and ports. Its attributes
+// say whether filtering is on and, per direction, whether the rules are a black list or a white
+// list.
+//
+// After every change but a rule's replacement the platform's chains are flushed and set up anew
+// from the tables, so that they always equal what is stored. An empty white list admits everything.
+//
+// Operations return 0, IGD_CM_OPERATE_FAIL, IGD_CM_OPERATE_FULL or IGD_CM_GLOBAL_INPUT_PARA_ERROR.
+
+/// The attributes, one row at position 0. Only one enable flag is stored: after a restart it
+/// governs both directions.
+struct IgdSecurIpFilterAttrTab {
+    uint32_t ulReserved;  ///< 0
+    uint8_t ucUpFilterEnable;
+    uint8_t ucUpListType;
+    uint8_t ucDirFlag;  ///< accepted from requests, without effect
+    uint8_t ucDownFilterEnable;
+    uint8_t ucDownListType;
+    uint8_t aucReserved[3];  ///< 0
+    /// 1 up enable, 2 up list type, 4 direction flag, 8 down enable, 16 down list type.
+    uint32_t ulBitmap;
+};
+static_assert(sizeof(IgdSecurIpFilterAttrTab) == 16);
+
+/// A rule. LAN is always the source side and WAN the destination, whatever the direction. An empty
+/// address, or one that begins with a blank, is any; the others are IPv4 or IPv6 text.
+struct IgdSecurIpFilterListTab {
+    uint8_t ucIndex;
+    uint8_t ucIPFilterDir;       ///< 0 downstream, 1 upstream
+    uint8_t ucIPFilterProtocol;  ///< the platform's number; 0 and 4 have no ports
+    char aucLanIPStart[40];
+    char aucLanIPEnd[40];
+    char aucWanIPStart[40];
+    char aucWanIPEnd[40];
+    uint8_t aucReserved[1];  ///< 0
+    uint32_t ulLanPortStart;
+    uint32_t ulLanPortEnd;
+    uint32_t ulWanPortStart;
+    uint32_t ulWanPortEnd;
+    /// 1 protocol, 2 and 4 LAN addresses, 8 and 16 WAN addresses, 32 and 64 LAN ports, 128 and 256
+    /// WAN ports, 512 direction.
+    uint32_t ulBitmap;
+};
+
+inline constexpr uint32_t IGD_SECUR_IP_FILTER_ATTR_TAB = 497;
+inline constexpr uint32_t IGD_SECUR_IP_FILTER_LIST_TAB = 498;
+
+extern const Table ip_filter_attr_table;
+extern const Table ip_filter_list_table;
+
+/// Enters the two tables into the registry.
+int32_t register_ip_filter_tables();
+
+/// Changes the selected attributes: platform first, then the stored row, then everything anew.
+/// A value above 1 is IGD_CM_GLOBAL_INPUT_PARA_ERROR; a platform that refuses leaves all as it was.
+int32_t igdCmSecureIPFilterAttrSet(IgdSecurIpFilterAttrTab* request, uint32_t size);
+
+/// Appends a rule, whose new index is written back into `request`. The platform gets it first; if
+/// it refuses, nothing is stored. IGD_CM_OPERATE_FULL when there are 100 rules.
+int32_t igdCmSecureIPFilterListAdd(IgdSecurIpFilterListTab* request, uint32_t size);
+
+/// Deletes the rule with the request's index. An unknown index is IGD_CM_GLOBAL_INPUT_PARA_ERROR;
+/// if the platform refuses, the rule stays.
+int32_t igdCmSecureIPFilterListDel(IgdSecurIpFilterListTab* request, uint32_t size);
+
+/// Replaces the rule with the request's index (up to 99, IGD_CM_OPERATE_FULL above) by the request.
+/// The new rule is in force before the old one goes.
+int32_t igdCmSecureIPFilterListSet(IgdSecurIpFilterListTab* request, uint32_t size);
+
+/// Hands every stored rule to the platform; always 0.
+int32_t igdCmSecureIPFilterListInit();
+
+/// Sets up the platform's chains from the tables: flush, attributes, rules, and a flush of each
+/// direction whose white list is empty. With filtering off the chains stay empty.
+int32_t igdCmSecureIPFilterAllInit();
+
+/// The last attribute request that the platform accepted; all zero before the first.
+const IgdSecurIpFilterAttrTab& ip_filter_last_applied();
+
+/// True when the list of `direction` (1 upstream, any other downstream) is a white list.
+bool check_white_list_mode(uint32_t direction);
+
+/// The bus object `app_ipfilter`.
+ubus_object* ip_filter_bus_object();

@@ -1,0 +1,116 @@
+#include "core/daemon.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <string>
+#include <vector>
+
+extern "C" {
+#include <libubox/uloop.h>
+#include <libubus.h>
+}
+
+#include "support/recording_bus.h"
+
+namespace {
+
+int added = 0;
+std::string refused_name;
+
+ubus_object named_object(const char* name) {
+    ubus_object object{};
+    object.name = name;
+    return object;
+}
+
+}  // namespace
+
+// A bus that refuses one name; it stands before the library's own.
+extern "C" int ubus_add_object(ubus_context*, ubus_object* object) {
+    if (object->name == refused_name) return UBUS_STATUS_INVALID_ARGUMENT;
+    ++added;
+    return 0;
+}
+
+namespace {
+
+std::vector<int> steps_taken;
+template <int Number, int Result>
+int32_t step() {
+    steps_taken.push_back(Number);
+    return Result;
+}
+
+struct DaemonTest : testing::Test {
+    DaemonTest() {
+        EXPECT_EQ(pipe(ends), 0);
+        context.sock.fd = ends[0];
+        context.sock.cb = [](uloop_fd*, unsigned int) {};
+        use_bus(&context);
+        added = 0;
+        steps_taken.clear();
+        refused_name.clear();
+    }
+    ~DaemonTest() override {
+        use_bus(nullptr);
+        close(ends[0]);
+        close(ends[1]);
+    }
+
+    /// Runs the daemon on three objects, the last one optional, and ends its loop at once.
+    int run() {
+        const StartupStep steps[] = {step<1, -1>, step<2, 0>, step<3, 1>};
+        ubus_object first = named_object("first"), second = named_object("second"),
+                    last = named_object("last");
+        const PublishedObject objects[] = {{&first}, {&second}, {&last, true}};
+        uloop_timeout end{};
+        end.cb = [](uloop_timeout*) { uloop_end(); };
+        uloop_init();
+        uloop_timeout_set(&end, 0);
+        const int status = run_daemon(steps, objects);
+        uloop_timeout_cancel(&end);
+        uloop_done();
+        return status;
+    }
+
+    int ends[2] = {};
+    ubus_context context{};
+};
+
+TEST_F(DaemonTest, StepsRunInOrderWhateverTheyReturn) {
+    EXPECT_EQ(run(), 0);
+    EXPECT_EQ(steps_taken, (std::vector{1, 2, 3}));
+    EXPECT_EQ(added, 3);
+    EXPECT_EQ(connections_freed(), 1);
+}
+
+TEST_F(DaemonTest, NeededObjectThatIsRefusedEndsTheDaemonSilently) {
+    refused_name = "second";
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(run(), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(added, 1);
+    EXPECT_EQ(connections_freed(), 0);
+}
+
+TEST_F(DaemonTest, OptionalObjectThatIsRefusedIsReported) {
+    refused_name = "last";
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(run(), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "Failed to add last ubus object, continuing anyway\n");
+    EXPECT_EQ(added, 2);
+    EXPECT_EQ(connections_freed(), 1);
+}
+
+TEST_F(DaemonTest, MissingBusIsOneLineOnStandardError) {
+    use_bus(nullptr);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(run(), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "appcfgd: no ubus to connect to, is ubusd running?\n");
+    EXPECT_EQ(added, 0);
+}
+
+}  // namespace

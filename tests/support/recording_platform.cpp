@@ -1,0 +1,132 @@
+#include "support/recording_platform.h"
+
+#include <algorithm>
+#include <cstring>
+#include <map>
+#include <utility>
+
+#include "zu_ipc.h"
+#include "zu_log.h"
+#include "zu_services.h"
+
+namespace recording_platform {
+namespace {
+
+struct Refusal {
+    int32_t result;
+    int after;
+};
+
+std::vector<Call> calls;
+std::map<std::string, Refusal> refusals;
+std::map<std::string, std::vector<uint8_t>> answers;
+bool log_open = false;
+
+int32_t record_call(const char* name, bool queued, const void* record, uint32_t size) {
+    const auto* bytes = static_cast<const uint8_t*>(record);
+    calls.push_back({name, queued, {bytes, bytes + size}});
+    const auto refusal = refusals.find(name);
+    return refusal == refusals.end() || refusal->second.after-- > 0 ? 0 : refusal->second.result;
+}
+
+int32_t record_words(const char* name, std::vector<uint32_t> words) {
+    return record_call(name, false, words.data(),
+                       static_cast<uint32_t>(words.size() * sizeof(uint32_t)));
+}
+
+}  // namespace
+
+uint32_t Call::word(size_t offset) const {
+    uint32_t value = 0;
+    std::memcpy(&value, record.data() + offset, sizeof(value));
+    return value;
+}
+
+std::string Call::text(size_t offset) const {
+    return reinterpret_cast<const char*>(record.data() + offset);
+}
+
+void reset() {
+    calls.clear();
+    refusals.clear();
+    answers.clear();
+    log_open = false;
+}
+
+std::vector<Call> take() {
+    return std::exchange(calls, {});
+}
+
+std::vector<std::string> take_names() {
+    std::vector<std::string> names;
+    for (const Call& call : take())
+        names.push_back(call.name);
+    return names;
+}
+
+void refuse(const std::string& name, int32_t result, int after) {
+    refusals[name] = {result, after};
+}
+
+void answer(const std::string& name, std::vector<uint8_t> record) {
+    answers[name] = std::move(record);
+}
+
+void open_log(bool open) {
+    log_open = open;
+}
+
+}  // namespace recording_platform
+
+using namespace recording_platform;
+
+int32_t zu_ipc_call(const char* name, void* record, uint32_t size) {
+    const int32_t result = record_call(name, false, record, size);
+    if (const auto found = answers.find(name); found != answers.end())
+        std::memcpy(record, found->second.data(), std::min<size_t>(size, found->second.size()));
+    return result;
+}
+
+int32_t zu_ipc_asyn_call(const char* name, const void* record, uint32_t size) {
+    return record_call(name, true, record, size);
+}
+
+int32_t zu_owal_ipc_serve() {
+    return 0;
+}
+
+int32_t zu_log_print_on(uint32_t, uint32_t) {
+    return log_open;
+}
+
+int32_t zu_sec_wlan_isolation_init() {
+    return record_words(__func__, {});
+}
+int32_t zu_sec_dnsfilter_init() {
+    return record_words(__func__, {});
+}
+int32_t zu_sec_ipfilter_init() {
+    return record_words(__func__, {});
+}
+int32_t zu_sec_urlfilter_init() {
+    return record_words(__func__, {});
+}
+int32_t zu_netapp_loopback_init() {
+    return record_words(__func__, {});
+}
+int32_t init_macfilter() {
+    return record_words(__func__, {});
+}
+int32_t zu_qos_init() {
+    return record_words(__func__, {});
+}
+
+int32_t zu_netif_set_dport_flow(uint32_t port, uint32_t index, uint32_t value) {
+    return record_words(__func__, {port, index, value});
+}
+int32_t zu_netif_set_sport_flow(uint32_t port, uint32_t index, uint32_t value) {
+    return record_words(__func__, {port, index, value});
+}
+int32_t zu_netif_set_cpu_rate(uint32_t rate) {
+    return record_words(__func__, {rate});
+}

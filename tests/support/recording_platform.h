@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+// The platform as the module tests see it: it records every call and refuses those it is told to.
+// Configuration storage is the real one.
+
+namespace recording_platform {
+
+struct Call {
+    std::string name;  ///< of the IPC entry or the library function
+    bool queued = false;
+    std::vector<uint8_t> record;
+
+    /// The 32-bit word at a byte offset of the record.
+    uint32_t word(size_t offset) const;
+    /// The NUL-terminated text at a byte offset.
+    std::string text(size_t offset) const;
+};
+
+/// Forgets all calls and refusals and closes the log gate.
+void reset();
+
+/// The calls since the last `reset` or `take`, and forgets them.
+std::vector<Call> take();
+
+/// Their names only.
+std::vector<std::string> take_names();
+
+/// Makes every call of `name` but the first `after` end with `result`.
+void refuse(const std::string& name, int32_t result = -1, int after = 0);
+
+/// Bytes that calls of `name` find in their record when they return.
+void answer(const std::string& name, std::vector<uint8_t> record);
+
+/// Opens or closes the log gate for every module.
+void open_log(bool open);
+
+}  // namespace recording_platform
