@@ -1,0 +1,226 @@
+#include <unistd.h>
+
+#include <cstring>
+
+#include "core/bounded.h"
+#include "core/log.h"
+#include "core/result.h"
+#include "security/dns_filter/dns_filter.h"
+#include "security/dns_filter/dns_filter_platform.h"
+#include "security/dns_filter/dns_filter_testing.h"
+#include "security/dns_filter/host_list_file.h"
+#include "zu_ipc.h"
+#include "zu_os.h"
+
+constinit DnsFilterFiles dns_filter_files{.host_list = "/tmp/cgi_dnsfilter",
+                                          .rule_host_list = kDnsFilterRuleHostList};
+
+namespace {
+
+using Rule = IgdDnsFilterConfigTab;
+
+constexpr uint32_t kHostsBits = kDnsRuleDomain | kDnsRuleHostList;
+
+/// Which bits of a rule's bitmap make the platform change what. A name is of no use to it.
+constexpr struct {
+    uint32_t selected;
+    uint32_t changed;
+} kChanges[] = {
+    {kDnsRuleEnable, kDnsFilterSetEnable}, {kHostsBits, kDnsFilterSetHosts},
+    {kDnsRuleMac, kDnsFilterSetMac},       {kDnsRuleMode, kDnsFilterSetMode},
+    {kDnsRuleAction, kDnsFilterSetAction}, {kDnsRuleWeekdays | kDnsRuleTime, kDnsFilterSetTime},
+};
+
+uint32_t set_mask(uint32_t bitmap) {
+    uint32_t mask = 0;
+    for (const auto& [selected, changed] : kChanges)
+        if (bitmap & selected) mask |= changed;
+    return mask;
+}
+
+struct RuleHostListPath {
+    char text[64];
+
+    explicit RuleHostListPath(uint8_t index) {
+        snprintf_s(text, sizeof(text), sizeof(text) - 1, "%s_%d", dns_filter_files.rule_host_list,
+                   index);
+    }
+};
+
+st_item item_with_index(uint8_t index) {
+    st_item item;
+    zero(item);
+    item.index = index;
+    return item;
+}
+
+st_item item_of(const Rule& rule) {
+    st_item item = item_with_index(rule.ucIndex);
+    item.action = rule.ucAction;
+    item.enable = rule.ucEnable;
+    item.hostflag = (rule.ulBitmap & kHostsBits) != 0;
+    item.mode = rule.ucMode;
+    snprintf_s(item.auc_time, sizeof(item.auc_time), sizeof(item.auc_time) - 1, "%s;%s",
+               rule.aucWeekdays, rule.aucTime);
+    copy_record(item.auc_mac, rule.aucMACAddress);
+    return item;
+}
+
+int32_t call_short(const char* name, st_item& item) {
+    return zu_ipc_call(name, &item, kDnsFilterShortItemLayout.size);
+}
+
+int32_t find_rule(uint8_t index, Rule& rule) {
+    return find_index(IGD_DNS_FILTER_CONFIG_TAB, rule, &Rule::ucIndex, index);
+}
+
+bool is_mac_taken(const Rule& request) {
+    Rule rule;
+    return find_row(IGD_DNS_FILTER_CONFIG_TAB, rule, [&](const Rule& other) {
+               return other.ucIndex != request.ucIndex &&
+                      zu_os_strcmp(other.aucMACAddress, request.aucMACAddress) == 0;
+           }) >= 0;
+}
+
+template <size_t Size>
+bool fits(const char (&text)[Size]) {
+    return strnlen(text, Size) < Size;
+}
+
+bool has_valid_texts(const Rule& request) {
+    const uint32_t bitmap = request.ulBitmap;
+    if (bitmap & kDnsRuleDomain && request.aucDomain[0] == '\0') return false;
+    if (bitmap & kDnsRuleHostList && access(request.aucHostListName, R_OK) != 0) return false;
+    if (bitmap & kDnsRuleWeekdays && !fits(request.aucWeekdays)) return false;
+    return !(bitmap & kDnsRuleTime) || fits(request.aucTime);
+}
+
+bool write_domain(const Rule& rule) {
+    const RuleHostListPath path(rule.ucIndex);
+    HostListFile file(path.text);
+    return file.append_domain(rule.aucDomain) && file.publish();
+}
+
+}  // namespace
+
+int32_t igdCmDnsFilterConfigAdd(Rule* request, uint32_t size) {
+    if (!is_record(request, size)) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
+    const int32_t lTotalNum = mib_chain_total(IGD_DNS_FILTER_CONFIG_TAB);
+    if (lTotalNum == kListCapacity) {
+        SECURITY_LOG("mib_chain_total failed lTotalNum %d\n\r\n", lTotalNum);
+        return IGD_CM_OPERATE_FULL;
+    }
+    Rule rule;
+    const int32_t position = find_rule(request->ucIndex, rule);
+    if (position < 0) {
+        SECURITY_LOG("cannot find the index(%d), lTotalNum = %d\n\r\n", request->ucIndex,
+                     lTotalNum);
+        return kDnsRuleNotFound;
+    }
+    st_item item = item_with_index(request->ucIndex);
+    if (call_short(kDnsFilterAddCall, item) != 0) {
+        SECURITY_LOG("call zu_sal_sec_dns_filter_add is fail.\t\n\r\n");
+        return IGD_CM_OPERATE_FAIL;
+    }
+    const RuleHostListPath path(request->ucIndex);
+    if (!HostListFile(path.text).publish()) return IGD_CM_OPERATE_FAIL;
+    rule.ucEnable = request->ucEnable;
+    if (!mib_chain_update(IGD_DNS_FILTER_CONFIG_TAB, &rule, position)) {
+        SECURITY_LOG("mib_chain_update IGD_DNS_FILTER_CONFIG_TAB is fail\n\r\n");
+        return IGD_CM_OPERATE_FAIL;
+    }
+    return 0;
+}
+
+int32_t igdCmDnsFilterConfigDel(Rule* request, uint32_t size) {
+    if (!is_record(request, size)) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
+    Rule rule;
+    const int32_t position = find_rule(request->ucIndex, rule);
+    if (position < 0) {
+        SECURITY_LOG("cannot find the index(%d), lTotalNum = %d\n\r\n", request->ucIndex,
+                     mib_chain_total(IGD_DNS_FILTER_CONFIG_TAB));
+        return kDnsRuleNotFound;
+    }
+    st_item item = item_with_index(request->ucIndex);
+    if (call_short(kDnsFilterDelCall, item) != 0) {
+        SECURITY_LOG("call zu_sal_sec_dns_filter_del is fail.\t\n\r\n");
+        return IGD_CM_OPERATE_FAIL;
+    }
+    rule.ucEnable = 0;
+    if (!mib_chain_update(IGD_DNS_FILTER_CONFIG_TAB, &rule, position)) {
+        SECURITY_LOG("mib_chain_update IGD_DNS_FILTER_CONFIG_TAB is fail\n\r\n");
+        return IGD_CM_OPERATE_FAIL;
+    }
+    return 0;
+}
+
+int32_t igdCmDnsFilterConfigSet(Rule* request, uint32_t size) {
+    if (!is_record(request, size)) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
+    if (is_mac_taken(*request)) {
+        SECURITY_LOG(
+            "error: MAC same, pIgdCmDnsFilterConfigTab->ucIndex[%d], "
+            "pIgdCmDnsFilterConfigTab->aucMACAddress[%s]\t\n\r\n",
+            request->ucIndex, request->aucMACAddress);
+        return kDnsRuleMacTaken;
+    }
+    Rule rule;
+    const int32_t position = find_rule(request->ucIndex, rule);
+    if (position < 0) return IGD_CM_OPERATE_FAIL;
+    if (!selected_in_range(dns_filter_config_table, request) || !has_valid_texts(*request)) {
+        SECURITY_LOG("error: IGD_CM_GLOBAL_INPUT_PARA_ERROR.\t\n\r\n");
+        return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
+    }
+    if (!mib_chain_get(IGD_DNS_FILTER_CONFIG_TAB, position, &rule)) {
+        SECURITY_LOG("mib_chain_get IGD_DNS_FILTER_CONFIG_TAB is fail.\t\n\r\n");
+        return IGD_CM_OPERATE_FAIL;
+    }
+    merge_selected(dns_filter_config_table, &rule, request);
+    if (request->ulBitmap & kDnsRuleDomain && !write_domain(rule)) return IGD_CM_OPERATE_FAIL;
+    if (request->ulBitmap & kDnsRuleHostList &&
+        copy_dnsfilter_file(rule.aucHostListName, RuleHostListPath(rule.ucIndex).text) != 0) {
+        SECURITY_LOG("error: do copy_dnsfilter_file fail\t\n\r\n");
+        return IGD_CM_OPERATE_FAIL;
+    }
+    st_item item = item_of(rule);
+    item.Bitmap = set_mask(request->ulBitmap);
+    if (item.Bitmap != 0 && zu_ipc_call(kDnsFilterSetCall, &item, sizeof(item)) != 0) {
+        SECURITY_LOG("call zu_sal_sec_dns_filter_set is fail.\t\n\r\n");
+        return IGD_CM_OPERATE_FAIL;
+    }
+    mib_chain_update(IGD_DNS_FILTER_CONFIG_TAB, &rule, position);
+    return 0;
+}
+
+int32_t igdCmDnsFilterConfigGet(Rule* request, uint32_t size) {
+    if (!is_record(request, size)) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
+    Rule rule;
+    if (find_rule(request->ucIndex, rule) < 0) {
+        SECURITY_LOG("cannot find the index(%d), lTotalNum = %d\n\r\n", request->ucIndex,
+                     mib_chain_total(IGD_DNS_FILTER_CONFIG_TAB));
+        return kDnsRuleNotFound;
+    }
+    copy_record(*request, rule);
+    st_item item = item_with_index(rule.ucIndex);
+    if (zu_ipc_call(kDnsFilterGetCall, &item, sizeof(item)) != 0) {
+        SECURITY_LOG("call zu_sal_sec_dns_filter_get is fail.\t\n\r\n");
+        return IGD_CM_OPERATE_FAIL;
+    }
+    return 0;
+}
+
+int32_t igdCmDnsFilterConfigInit() {
+    const int32_t total = mib_chain_total(IGD_DNS_FILTER_CONFIG_TAB);
+    uint32_t mask = 0;  // what one row selects is set for all that follow, too
+    for (int32_t position = 0; position < total; ++position) {
+        Rule rule;
+        if (!mib_chain_get(IGD_DNS_FILTER_CONFIG_TAB, position, &rule)) continue;
+        st_item item = item_of(rule);
+        if (call_short(kDnsFilterAddCall, item) != 0)
+            SECURITY_LOG("############ zu_sal_sec_dns_filter_add Failed ############\n\r\n");
+        mask |= set_mask(rule.ulBitmap);
+        item.Bitmap = mask;
+        if (mask != 0 && zu_ipc_call(kDnsFilterSetCall, &item, sizeof(item)) != 0)
+            SECURITY_LOG("call zu_sal_sec_dns_filter_set is fail.\t\n\r\n");
+    }
+    return 0;
+}

@@ -1,0 +1,178 @@
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <string_view>
+
+#include "core/bounded.h"
+#include "core/log.h"
+#include "core/result.h"
+#include "security/dns_filter/dns_filter.h"
+#include "security/dns_filter/dns_filter_testing.h"
+#include "security/dns_filter/host_list_file.h"
+#include "zu_os.h"
+
+namespace {
+
+constexpr uint32_t kLargestIndex = 100;
+
+using Entry = IgdSecurDnsFilterListTab;
+using Rule = IgdDnsFilterConfigTab;
+
+int32_t find_entry(uint32_t index, Entry& entry) {
+    return find_index(IGD_SECUR_DNS_FILTER_LIST_TAB, entry, &Entry::ulIndex, index);
+}
+
+bool is_listed(const char* domain) {
+    Entry entry;
+    return find_row(IGD_SECUR_DNS_FILTER_LIST_TAB, entry, [=](const Entry& e) {
+               return zu_os_strcmp(e.aucFilterDomain, domain) == 0;
+           }) >= 0;
+}
+
+/// A domain is written as it came, so one that holds a line end would become several.
+bool has_control_characters(std::string_view text) {
+    return std::ranges::any_of(text, [](unsigned char c) { return std::iscntrl(c) != 0; });
+}
+
+bool is_filter_on() {
+    Rule rule;
+    return find_row(IGD_DNS_FILTER_CONFIG_TAB, rule,
+                    [](const Rule& r) { return r.ucEnable == 1; }) >= 0;
+}
+
+/// Appends all domains; their number, -1 when one cannot be written.
+int32_t append_domains(HostListFile& file) {
+    int32_t count = 0;
+    Entry entry;
+    const int32_t failed = find_row(IGD_SECUR_DNS_FILTER_LIST_TAB, entry, [&](const Entry& e) {
+        if (e.aucFilterDomain[0] == '\0') return false;
+        ++count;
+        return !file.append_domain(e.aucFilterDomain);
+    });
+    return failed < 0 ? count : -1;
+}
+
+/// Makes the host-list file the host list of the list's rule.
+int32_t hand_over() {
+    Rule rule;
+    zero(rule);
+    rule.ucIndex = kDnsListRule;
+    rule.ucEnable = 1;
+    copy_text(rule.aucHostListName, dns_filter_files.host_list);
+    rule.ulBitmap = kDnsRuleEnable | kDnsRuleHostList;
+    return igdCmDnsFilterConfigSet(&rule, sizeof(rule));
+}
+
+}  // namespace
+
+int32_t igdCmSecureDnsFilterListAdd(Entry* request, uint32_t size) {
+    if (!is_record(request, size) || has_control_characters(request->aucFilterDomain))
+        return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
+    if (mib_chain_total(IGD_SECUR_DNS_FILTER_LIST_TAB) == kListCapacity) return IGD_CM_OPERATE_FULL;
+    if (is_listed(request->aucFilterDomain)) {
+        SECURITY_LOG("aucFilterDomain[%s] has same item, return\t\n\r\n", request->aucFilterDomain);
+        return IGD_CM_OPERATE_FAIL;
+    }
+    Entry entry = *request;
+    entry.ulIndex = next_index(IGD_SECUR_DNS_FILTER_LIST_TAB, &Entry::ulIndex);
+    SECURITY_LOG("add new index[%d] to mib\t\n\r\n", entry.ulIndex);
+    if (!mib_chain_add(IGD_SECUR_DNS_FILTER_LIST_TAB, &entry)) {
+        SECURITY_LOG("mib_chain_add IGD_SECUR_DNS_FILTER_LIST_TAB fail, entry.ulIndex = %d\t\n\r\n",
+                     entry.ulIndex);
+        return IGD_CM_OPERATE_FAIL;
+    }
+    return igdCmSecureDnsFilterListReload();
+}
+
+int32_t igdCmSecureDnsFilterListDel(Entry* request, uint32_t size) {
+    if (!is_record(request, size) || request->ulIndex > kLargestIndex)
+        return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
+    Entry entry;
+    const int32_t position = find_entry(request->ulIndex, entry);
+    if (position < 0) {
+        SECURITY_LOG("not found index(%d), return\t\n\r\n", request->ulIndex);
+        return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
+    }
+    if (!mib_chain_delete(IGD_SECUR_DNS_FILTER_LIST_TAB, position))
+        SECURITY_LOG("mib_chain_delete IGD_SECUR_DNS_FILTER_LIST_TAB if fail.\t\n\r\n");
+    return igdCmSecureDnsFilterListReload();
+}
+
+int32_t igdCmSecureDnsFilterListDelAll() {
+    const int32_t total = mib_chain_total(IGD_SECUR_DNS_FILTER_LIST_TAB);
+    if (total == 0) {
+        SECURITY_LOG("DNS Filter list table is empty !\r\n\r\n");
+        return 0;
+    }
+    for (int32_t i = total - 1; i >= 0; --i)
+        if (!mib_chain_delete(IGD_SECUR_DNS_FILTER_LIST_TAB, i))
+            SECURITY_LOG("mib_chain_delete IGD_SECUR_DNS_FILTER_LIST_TAB fail, i = %d\t\n\r\n", i);
+    return igdCmSecureDnsFilterListReload();
+}
+
+int32_t igdCmSecureDnsFilterListSet(Entry* request, uint32_t size) {
+    if (!is_record(request, size)) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
+    if (request->ulIndex > kLargestIndex) {
+        SECURITY_LOG("cannot found the index!\r\n\r\n");
+        return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
+    }
+    Entry entry;
+    const int32_t position = find_entry(request->ulIndex, entry);
+    if (position < 0) return IGD_CM_OPERATE_FAIL;
+    merge_selected(dns_filter_list_table, &entry, request);
+    if (!mib_chain_update(IGD_SECUR_DNS_FILTER_LIST_TAB, &entry, position)) {
+        SECURITY_LOG("mib_chain_update IGD_SECUR_DNS_FILTER_LIST_TAB failed !\r\n\r\n");
+        return IGD_CM_OPERATE_FAIL;
+    }
+    return 0;
+}
+
+int32_t igdCmSecureDnsFilterListReload() {
+    if (mib_chain_total(IGD_DNS_FILTER_CONFIG_TAB) == 0)
+        SECURITY_LOG("DNS Filter config table is empty !\r\n\r\n");
+    if (mib_chain_total(IGD_SECUR_DNS_FILTER_LIST_TAB) == 0)
+        SECURITY_LOG("DNS Filter list table is empty !\r\n\r\n");
+    const char* path = dns_filter_files.host_list;
+    unlink(path);
+    HostListFile file(path);
+    if (append_domains(file) < 0 || !file.publish()) {
+        SECURITY_LOG("open/create new file %s failed\t\n\r\n", path);
+        return IGD_CM_OPERATE_FAIL;
+    }
+    if (!is_filter_on()) {
+        unlink(path);
+        return 0;
+    }
+    if (const int32_t ret = hand_over(); ret != 0) {
+        SECURITY_LOG("igdCmDnsFilterConfigSet fail, ret = %d\r\n\r\n", ret);
+        return IGD_CM_OPERATE_FAIL;
+    }
+    return 0;
+}
+
+int32_t igdCmSecureDnsFilterListInit() {
+    if (mib_chain_total(IGD_DNS_FILTER_CONFIG_TAB) == 0)
+        SECURITY_LOG("DNS Filter config table is empty !\r\n\r\n");
+    if (mib_chain_total(IGD_SECUR_DNS_FILTER_LIST_TAB) == 0) {
+        SECURITY_LOG("DNS Filter list table is empty !\r\n\r\n");
+        return 0;
+    }
+    const char* path = dns_filter_files.host_list;
+    unlink(path);
+    HostListFile file(path);
+    const int32_t written = append_domains(file);
+    if (written < 0 || (written > 0 && !file.publish())) {
+        SECURITY_LOG("open/create new file %s failed\t\n\r\n", path);
+        return IGD_CM_OPERATE_FAIL;
+    }
+    if (written == 0 || !is_filter_on()) {
+        unlink(path);
+        return 0;
+    }
+    if (const int32_t ret = hand_over(); ret != 0) {
+        SECURITY_LOG("igdCmDnsFilterConfigSet fail, ret = %d\r\n\r\n", ret);
+        return IGD_CM_OPERATE_FAIL;
+    }
+    return 0;
+}
