@@ -1,0 +1,66 @@
+#include "core/method.h"
+#include "security/url_filter/url_filter.h"
+#include "zu_services.h"
+
+namespace {
+
+using Attr = IgdSecurUrlFilterAttrConfTab;
+using Rule = IgdSecurUrlFilterListAttrConfTab;
+using FamilyRule = IgdSecurUrlFilterFamilyListAttrConfTab;
+
+void initialise() {
+    zu_sec_urlfilter_init();
+    igdCmSecureModuleInit();
+}
+
+constexpr Argument kAttrArguments[] = {
+    ARGUMENT(Attr, ucUrlFilterEnable),
+    ARGUMENT(Attr, ucFilterMode),
+};
+
+constexpr Argument kRuleArguments[] = {
+    ARGUMENT(Rule, ulIndex).at_most(kLargestUrlFilterIndex),
+    ARGUMENT(Rule, enable),
+    ARGUMENT(Rule, protocol_mask),
+    ARGUMENT(Rule, aucFilterUrl),
+};
+
+constexpr std::span<const Argument> kIndexArgument = std::span(kRuleArguments).first(1);
+constexpr std::span<const Argument> kNewRuleArguments = std::span(kRuleArguments).subspan(1);
+
+constexpr Argument kNewFamilyRuleArguments[] = {
+    ARGUMENT(FamilyRule, enable),       ARGUMENT(FamilyRule, protocol_mask),
+    ARGUMENT(FamilyRule, aucFilterUrl), ARGUMENT(FamilyRule, aucMacAddress).named("mac_address"),
+    ARGUMENT(FamilyRule, family_group),
+};
+
+constexpr Argument kFamilyIndexArgument[] = {
+    ARGUMENT(FamilyRule, ulIndex).at_most(kLargestUrlFilterIndex)};
+constexpr Argument kGroupArgument[] = {ARGUMENT(FamilyRule, family_group)};
+
+constexpr Method kMethods[] = {
+    always_ok<initialise>("url_filter_init"),
+    method<igdCmSecureUrlFilterAttrSet>("url_filter_basic_set", kAttrArguments, 3,
+                                        "igdCmSecureUrlFilterAttrSet error"),
+    method<igdCmSecureUrlFilterListAdd>("url_filter_list_add", kNewRuleArguments, 7,
+                                        "igdCmSecureUrlFilterListAdd error"),
+    method<igdCmSecureUrlFilterListDel>("url_filter_list_del", kIndexArgument, 7,
+                                        "igdCmSecureUrlFilterListDel error"),
+    method<igdCmSecureUrlFilterListSet>("url_filter_list_set", kRuleArguments, 7,
+                                        "igdCmSecureUrlFilterListSet error"),
+    method<igdCmSecureUrlFilterFamilyListAdd>("url_filter_family_group_mac_add",
+                                              kNewFamilyRuleArguments, 31,
+                                              "igdCmSecureUrlFilterFamilyListAdd error"),
+    method<igdCmSecureUrlFilterFamilyListDel>("url_filter_family_group_mac_del",
+                                              kFamilyIndexArgument, 31,
+                                              "igdCmSecureUrlFilterFamilyListDel error"),
+    method<igdCmSecureUrlFilterFamilyGroupAllDel>("url_filter_family_group_all_mac_del",
+                                                  kGroupArgument, 31,
+                                                  "igdCmSecureUrlFilterFamilyGroupAllDel error"),
+};
+
+}  // namespace
+
+ubus_object* url_filter_bus_object() {
+    return BusObject<kMethods>::named("app_urlfilter");
+}
