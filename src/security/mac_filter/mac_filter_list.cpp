@@ -1,0 +1,218 @@
+#include "core/bounded.h"
+#include "core/log.h"
+#include "core/result.h"
+#include "security/mac_filter/mac_filter.h"
+#include "security/mac_filter/mac_filter_platform.h"
+#include "zu_ipc.h"
+
+namespace {
+
+using Attr = IgdSecMacFiltAttr;
+using Rule = IgdSecMacFiltList;
+
+constexpr uint32_t kHostBit = 1u << 0;
+constexpr uint32_t kDestinationBit = 1u << 1;
+constexpr uint32_t kHostPortBit = 1u << 2;
+constexpr uint32_t kDestinationPortBit = 1u << 3;
+constexpr uint32_t kEnableBit = 1u << 5;
+constexpr uint32_t kSettableBits =
+    kHostBit | kDestinationBit | kHostPortBit | kDestinationPortBit | kEnableBit;
+
+void call_item(const char* name, const MacAddress& mac, uint32_t kind) {
+    st_macfilter_item item{};
+    format_mac(mac, item.mac);
+    item.mac_kind = kind;
+    static_cast<void>(zu_ipc_call(name, &item, sizeof(item)));
+}
+
+void call_items(const char* name, const Rule& rule) {
+    if (rule.destMacAddress != kNoMac) call_item(name, rule.destMacAddress, kMacKindDestination);
+    if (rule.macAddress != kNoMac) call_item(name, rule.macAddress, kMacKindHost);
+}
+
+void set_macfilter_item(const Rule& rule) {
+    if (rule.ulEnable != 0) call_items(kMacFilterItemAddCall, rule);
+}
+
+void del_macfilter_item(const Rule& rule) {
+    call_items(kMacFilterItemDelCall, rule);
+}
+
+/// Changes what the request selects of the rule, in the record and in the platform.
+void apply(const Rule& request, Rule& rule) {
+    const uint32_t bits = request.ulBitmap & kSettableBits;
+    if (bits & kHostPortBit) {
+        rule.ulMACPortBind = request.ulMACPortBind;
+        if (rule.ulMACPortBind == 0 && rule.macAddress != kNoMac) del_macfilter_item(rule);
+    }
+    if (bits & kDestinationPortBit) {
+        rule.ulDestMACPortBind = request.ulDestMACPortBind;
+        if (rule.ulDestMACPortBind == 0 && rule.destMacAddress != kNoMac) del_macfilter_item(rule);
+    }
+    if (bits & kHostBit) {
+        del_macfilter_item(rule);
+        rule.macAddress = request.macAddress;
+        set_macfilter_item(rule);
+    }
+    if (bits & kDestinationBit) {
+        del_macfilter_item(rule);
+        rule.destMacAddress = request.destMacAddress;
+        set_macfilter_item(rule);
+    }
+    if (bits & kEnableBit && rule.ulEnable != request.ulEnable) {
+        rule.ulEnable = request.ulEnable;
+        if (rule.ulEnable == 0)
+            del_macfilter_item(rule);
+        else
+            set_macfilter_item(rule);
+    }
+    rule.ulBitmap |= bits;
+}
+
+/// Position of the rule with the request's index or, if that is 0, of the first with one of its
+/// addresses; -1 if there is none.
+int32_t find_requested(const Rule& request, Rule& rule) {
+    return find_row(IGD_SECUR_MAC_FILTER_LIST_TAB, rule, [&](const Rule& row) {
+        if (request.ulIndex != 0) return row.ulIndex == request.ulIndex;
+        return (request.macAddress != kNoMac && request.macAddress == row.macAddress) ||
+               (request.destMacAddress != kNoMac && request.destMacAddress == row.destMacAddress);
+    });
+}
+
+struct RuleText {
+    char text[192];
+};
+
+RuleText describe(const Rule& rule) {
+    RuleText text;
+    sprintf_s(text.text, sizeof(text.text),
+              "ulEnable(%u),ulIndex(%u), macAddress(%s), destMacAddress(%s), ulMACPortBind(%u), "
+              "ulDestMACPortBind(%u)",
+              rule.ulEnable, rule.ulIndex, mac_text(rule.macAddress).text,
+              mac_text(rule.destMacAddress).text, rule.ulMACPortBind, rule.ulDestMACPortBind);
+    return text;
+}
+
+}  // namespace
+
+int32_t igdCmSecureMacFilterListAdd(Rule* request, uint32_t size) {
+    if (!is_record(request, size)) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
+    SECURITY_LOG("%s\t\n\r\n", describe(*request).text);
+    Attr attr{};
+    if (const int32_t lRet = mib_chain_get(IGD_SECUR_MAC_FILTER_ATTR_TAB, 0, &attr); lRet == 0) {
+        SECURITY_LOG("mib_chain_get IGD_SECUR_MAC_FILTER_ATTR_TAB. lRet(0x%0x)\t\n\r\n", lRet);
+        return IGD_CM_OPERATE_FAIL;
+    }
+    if (mib_chain_total(IGD_SECUR_MAC_FILTER_LIST_TAB) == kListCapacity) {
+        SECURITY_LOG("fail: IGD_CM_OPERATE_FULL(IGD_SECUR_MAC_FILTER_LIST_TAB)\t\n\r\n");
+        return IGD_CM_OPERATE_FULL;
+    }
+    Rule rule = *request;
+    rule.ulIndex = next_index(IGD_SECUR_MAC_FILTER_LIST_TAB, &Rule::ulIndex);
+    if (!mib_chain_add(IGD_SECUR_MAC_FILTER_LIST_TAB, &rule)) {
+        SECURITY_LOG(
+            "mib_chain_add IGD_SECUR_MAC_FILTER_LIST_TAB is fail. entry.ulIndex(%u)\t\n\r\n",
+            rule.ulIndex);
+        return IGD_CM_OPERATE_FAIL;
+    }
+    request->ulIndex = rule.ulIndex;
+    set_macfilter_item(rule);
+    return 0;
+}
+
+int32_t igdCmSecureMacFilterListDel(Rule* request, uint32_t size) {
+    if (!is_record(request, size)) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
+    SECURITY_LOG("%s\t\n\r\n", describe(*request).text);
+    Rule rule;
+    const int32_t position = find_requested(*request, rule);
+    if (position < 0) {
+        SECURITY_LOG("ulIndex(%u) not need to delete\t\n\r\n", request->ulIndex);
+        return 0;
+    }
+    if (!mib_chain_delete(IGD_SECUR_MAC_FILTER_LIST_TAB, position)) {
+        SECURITY_LOG("mib_chain_delete IGD_SECUR_MAC_FILTER_LIST_TAB is fail.\t\n\r\n");
+        return IGD_CM_OPERATE_FAIL;
+    }
+    del_macfilter_item(rule);
+    return 0;
+}
+
+int32_t igdCmSecureMacFilterListSet(Rule* request, uint32_t size) {
+    if (!is_record(request, size)) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
+    if (request->ulIndex == 0) {
+        SECURITY_LOG("IGD_CM_GLOBAL_INPUT_PARA_ERROR. pIgdSecMacFiltList->ulIndex(%u)\t\n\r\n",
+                     request->ulIndex);
+        return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
+    }
+    Attr attr{};
+    if (const int32_t lRet = mib_chain_get(IGD_SECUR_MAC_FILTER_ATTR_TAB, 0, &attr); lRet == 0) {
+        SECURITY_LOG("mib_chain_get IGD_SECUR_MAC_FILTER_ATTR_TAB. lRet(0x%0x)\t\n\r\n", lRet);
+        return IGD_CM_OPERATE_FAIL;
+    }
+    Rule rule;
+    const int32_t position =
+        find_index(IGD_SECUR_MAC_FILTER_LIST_TAB, rule, &Rule::ulIndex, request->ulIndex);
+    if (position < 0) {
+        SECURITY_LOG("error: IGD_CM_GLOBAL_INPUT_PARA_ERROR.\t\n\r\n");
+        return IGD_CM_OPERATE_FAIL;
+    }
+    apply(*request, rule);
+    if (!mib_chain_update(IGD_SECUR_MAC_FILTER_LIST_TAB, &rule, position)) {
+        SECURITY_LOG(
+            "mib_chain_update IGD_SECUR_MAC_FILTER_LIST_TAB is fail. entry.ulIndex(%u)\t\n\r\n",
+            rule.ulIndex);
+        return IGD_CM_OPERATE_FAIL;
+    }
+    return 0;
+}
+
+int32_t igdCmSecureMacFilterListGet(Rule* rule, uint32_t size) {
+    if (!is_record(rule, size)) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
+    Rule found;
+    if (find_requested(*rule, found) < 0) return IGD_CM_OPERATE_FAIL;
+    copy_record(*rule, found);
+    return 0;
+}
+
+int32_t igdCmSecureMacFilterListEntryNumGet(uint32_t* count, uint32_t size) {
+    if (!is_record(count, size)) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
+    *count = static_cast<uint32_t>(mib_chain_total(IGD_SECUR_MAC_FILTER_LIST_TAB));
+    SECURITY_LOG("igdCmSecureMacFilterListEntryNumGet: entrynum[%d]\t\n\r\n", *count);
+    return 0;
+}
+
+int32_t igdCmSecureMacFilterListGetallIndex(uint32_t* indexes, uint32_t size) {
+    if (!indexes) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
+    const auto total = static_cast<uint32_t>(mib_chain_total(IGD_SECUR_MAC_FILTER_LIST_TAB));
+    if (total > size / sizeof(*indexes)) return IGD_CM_OPERATE_FAIL;
+    Rule rule;
+    find_row(IGD_SECUR_MAC_FILTER_LIST_TAB, rule, [&](const Rule& row) {
+        *indexes++ = row.ulIndex;
+        return false;
+    });
+    return 0;
+}
+
+int32_t igdCmSecureMacFilterListInit() {
+    Attr attr{};
+    if (const int32_t lRet = mib_chain_get(IGD_SECUR_MAC_FILTER_ATTR_TAB, 0, &attr); lRet == 0) {
+        SECURITY_LOG("mib_chain_get IGD_SECUR_MAC_FILTER_ATTR_TAB. lRet(0x%0x)\t\n\r\n", lRet);
+        return IGD_CM_OPERATE_FAIL;
+    }
+    if (attr.ucMacFilterEnable == 0) {
+        SECURITY_LOG("mib_chain_get IGD_SECUR_MAC_FILTER_ATTR_TAB. ucMacFilterEnable(%u)\t\n\r\n",
+                     attr.ucMacFilterEnable);
+        return 0;
+    }
+    const int32_t total = mib_chain_total(IGD_SECUR_MAC_FILTER_LIST_TAB);
+    if (total == 0) SECURITY_LOG("MAC Filte list table is empty !\t\n\r\n");
+    for (int32_t position = 0; position < total; ++position) {
+        Rule rule;
+        if (!mib_chain_get(IGD_SECUR_MAC_FILTER_LIST_TAB, position, &rule)) continue;
+        if (rule.macAddress == kNoMac) continue;
+        SECURITY_LOG("ulIndex(%u), macAddress(%s), destMacAddress(%s)\t\n\r\n", rule.ulIndex,
+                     mac_text(rule.macAddress).text, mac_text(rule.destMacAddress).text);
+        igdCmSecureMacFilterListSet(&rule, sizeof(rule));
+    }
+    return 0;
+}
