@@ -1,0 +1,103 @@
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+
+#include "figures.h"
+#include "floors.h"
+#include "startup.h"
+
+// Prints, in microseconds, each figure beside its floor. The two are taken in turns, so that a busy
+// machine or a slow disk troubles both alike, and the medians compared.
+
+namespace {
+
+constexpr int kRounds = 101;
+/// Last of the daemon's objects to appear on the bus.
+constexpr char kLastObject[] = "app_macfilter";
+const BusCall kEmptyMethod{"bench", "empty", "{}"};
+
+double median(std::vector<double> values) {
+    std::nth_element(values.begin(), values.begin() + values.size() / 2, values.end());
+    return values[values.size() / 2];
+}
+
+void make(BusClient& bus, const std::vector<BusCall>& calls) {
+    for (const BusCall& call : calls)
+        bus.call(call);
+}
+
+size_t package_size(const char* package) {
+    return package ? std::filesystem::file_size(std::filesystem::path("/etc/config") / package) : 0;
+}
+
+/// The parts of one round's floor, summed as often as the call needs each.
+double floor_of(const Figure& figure, BusClient& bus) {
+    double floor = bus.time(kEmptyMethod);
+    const size_t size = package_size(figure.package);
+    for (int i = 0; i < figure.replacements; ++i)
+        floor += durable_replacement(size);
+    for (int i = 0; i < figure.platform_calls; ++i)
+        floor += platform_round_trip();
+    return floor;
+}
+
+void print_row(const char* name, double figure, double floor) {
+    std::printf("%-36s %10.0f %10.0f %8.2f\n", name, figure, floor, figure / floor);
+}
+
+void measure(const Figure& figure, BusClient& bus) {
+    std::vector<double> times, floors;
+    make(bus, figure.set_up);
+    for (int round = 0; round < kRounds; ++round) {
+        make(bus, figure.before_each);
+        times.push_back(bus.time(figure.timed));
+        floors.push_back(floor_of(figure, bus));
+        make(bus, figure.after_each);
+    }
+    make(bus, figure.tear_down);
+    if (std::strcmp(figure.timed.method, "empty") == 0)
+        std::printf("%-36s %10.0f %10s %8s\n", figure.name.c_str(), median(times), "-", "-");
+    else
+        print_row(figure.name.c_str(), median(times), median(floors));
+    std::fflush(stdout);
+}
+
+/// Start-up with whatever is stored. The floor: a process on the same libraries that only offers an
+/// object, and the round trips of the replay.
+void measure_startup(BusClient& bus, int platform_calls) {
+    constexpr int kStarts = 21;
+    const char* const daemon[] = {"appcfgd", nullptr};
+    const char* const nothing[] = {"/proc/self/exe", "serve", "bench-startup", nullptr};
+    std::vector<double> times, floors;
+    long private_kib = 0;
+    for (int i = 0; i < kStarts; ++i) {
+        const Startup startup = start_and_end(bus, daemon, kLastObject);
+        times.push_back(startup.microseconds);
+        private_kib = startup.private_kib;
+        double floor = start_and_end(bus, nothing, nothing[2]).microseconds;
+        for (int call = 0; call < platform_calls; ++call)
+            floor += platform_round_trip();
+        floors.push_back(floor);
+    }
+    print_row("start-up", median(times), median(floors));
+    std::printf("%-36s %6ld KiB\n", "private memory after that", private_kib);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc == 3 && std::strcmp(argv[1], "serve") == 0) serve_empty_method(argv[2]);
+    BusClient bus;
+    if (argc == 3 && std::strcmp(argv[1], "startup") == 0) {
+        measure_startup(bus, std::atoi(argv[2]));
+        return 0;
+    }
+    const char* wanted = argc == 2 ? argv[1] : "";
+    bus.wait_for("bench", true);
+    std::printf("%-36s %10s %10s %8s\n", "figure", "us", "floor us", "ratio");
+    for (const Figure& figure : figures())
+        if (figure.name.find(wanted) != std::string::npos) measure(figure, bus);
+    return 0;
+}

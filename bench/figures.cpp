@@ -1,0 +1,85 @@
+#include "figures.h"
+
+namespace {
+
+using Calls = std::vector<BusCall>;
+
+std::string with(const char* name, int value) {
+    return "{\"" + std::string(name) + "\":" + std::to_string(value) + "}";
+}
+
+/// `count` calls, each with its number from `first`.
+template <class Make>
+Calls repeat(int first, int count, Make make) {
+    Calls calls;
+    for (int i = first; i < first + count; ++i)
+        calls.push_back(make(i));
+    return calls;
+}
+
+constexpr char kIpFilter[] = "app_ipfilter";
+
+BusCall ip_filter_mode(int enable) {
+    return {kIpFilter, "ip_filter_basic_set",
+            "{\"ucIPFilterEnable\":" + std::to_string(enable) +
+                ",\"ucIPFilterUpMode\":0,\"ucIPFilterDownMode\":0}"};
+}
+
+std::string ip_filter_rule(const std::string& first, int number) {
+    return "{" + first + R"("ucIPFilterDir":1,"ucIPFilterProtocol":1,"aucLanIPStart":"192.168.1.)" +
+           std::to_string(number) +
+           R"(","aucLanIPEnd":"192.168.1.254","aucWanIPStart":"203.0.113.1","aucWanIPEnd":)"
+           R"("203.0.113.254","ulLanPortStart":1,"ulLanPortEnd":65535,"ulWanPortStart":80,)"
+           R"("ulWanPortEnd":443})";
+}
+
+BusCall ip_filter_add(int number) {
+    return {kIpFilter, "ip_filter_list_add", ip_filter_rule("", number)};
+}
+
+BusCall ip_filter_del(int index) {
+    return {kIpFilter, "ip_filter_list_del", with("ucIndex", index)};
+}
+
+/// Rules that stand while the figure is taken, with filtering on.
+Figure on_ip_filter(std::string name, int rules, Figure figure) {
+    figure.name = std::move(name);
+    figure.set_up = repeat(1, rules, ip_filter_add);
+    figure.set_up.push_back(ip_filter_mode(1));
+    figure.tear_down = repeat(1, rules, ip_filter_del);
+    figure.tear_down.insert(figure.tear_down.begin(), ip_filter_mode(0));
+    figure.package = kIpFilter;
+    figure.replacements = 1;
+    return figure;
+}
+
+Figure ip_filter_add_at(int rules) {
+    return on_ip_filter("ip_filter_list_add at " + std::to_string(rules), rules,
+                        {.timed = ip_filter_add(rules + 1),
+                         .after_each = {ip_filter_del(rules + 1)},
+                         // the rule, flush, attributes, every rule again
+                         .platform_calls = 3 + rules + 1});
+}
+
+}  // namespace
+
+std::vector<Figure> figures() {
+    return {
+        {.name = "empty ubus method", .timed = {"bench", "empty", "{}"}},
+        on_ip_filter(
+            "ip_filter_basic_set", 0,
+            {.before_each = {ip_filter_mode(0)}, .timed = ip_filter_mode(1), .platform_calls = 3}),
+        ip_filter_add_at(0),
+        ip_filter_add_at(99),
+        on_ip_filter(
+            "ip_filter_list_set at 100", 100,
+            {.before_each = {{kIpFilter, "ip_filter_list_set",
+                              ip_filter_rule("\"ucIndex\":50,", 50)}},
+             .timed = {kIpFilter, "ip_filter_list_set", ip_filter_rule("\"ucIndex\":50,", 51)},
+             .platform_calls = 2}),
+        on_ip_filter("ip_filter_list_del at 100", 99,
+                     {.before_each = {ip_filter_add(100)},
+                      .timed = ip_filter_del(100),
+                      .platform_calls = 3 + 99}),
+    };
+}

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "bus_client.h"
+
+/// One figure: a call that is timed again and again, what surrounds it, and what it cannot do
+/// without. Each round makes the calls of `before_each`, the timed call, and those of `after_each`.
+struct Figure {
+    std::string name = {};
+    std::vector<BusCall> set_up = {};
+    std::vector<BusCall> before_each = {};
+    BusCall timed = {};
+    std::vector<BusCall> after_each = {};
+    std::vector<BusCall> tear_down = {};
+    const char* package = nullptr;  ///< whose file a change replaces
+    int replacements = 0;           ///< durable replacements that the call needs
+    int platform_calls = 0;         ///< round trips that it needs
+};
+
+std::vector<Figure> figures();
