@@ -6,6 +6,7 @@
 #include "security/ip_filter/ip_filter.h"
 #include "security/mac_filter/mac_filter.h"
 #include "security/url_filter/url_filter.h"
+#include "uplink/uplink.h"
 #include "zu_services.h"
 
 int main() {
@@ -38,7 +39,7 @@ int main() {
     };
     const PublishedObject kObjects[] = {
         {dns_filter_bus_object()}, {ip_filter_bus_object()},  {url_filter_bus_object()},
-        {loopback_bus_object()},   {mac_filter_bus_object()},
+        {loopback_bus_object()},   {mac_filter_bus_object()}, {uplink_bus_object(), true},
     };
     return run_daemon(kStartup, kObjects);
 }
