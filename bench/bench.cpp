@@ -15,7 +15,7 @@ namespace {
 
 constexpr int kRounds = 101;
 /// Last of the daemon's objects to appear on the bus.
-constexpr char kLastObject[] = "app_macfilter";
+constexpr char kLastObject[] = "app_uplink";
 const BusCall kEmptyMethod{"bench", "empty", "{}"};
 
 double median(std::vector<double> values) {
