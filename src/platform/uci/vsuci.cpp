@@ -45,24 +45,36 @@ bool is_held(const Package& package) {
     return hold.package == &package;
 }
 
-std::unique_ptr<Package>& slot_for(const char* name, UciStore store) {
+Package* find_loaded(const char* name, UciStore store) {
+    for (const auto& slot : loaded) {
+        if (slot && slot->store == store && strcmp(slot->file.name(), name) == 0) return slot.get();
+    }
+    return nullptr;
+}
+
+/// The place of a package to be loaded: a free one, or that of the one not used for longest.
+std::unique_ptr<Package>& make_room() {
     std::unique_ptr<Package>* oldest = nullptr;
     for (auto& slot : loaded) {
-        if (slot && slot->store == store && strcmp(slot->file.name(), name) == 0) return slot;
-        if (slot && is_held(*slot)) continue;
-        if (!oldest || !slot || (*oldest && slot->last_used < (*oldest)->last_used)) oldest = &slot;
+        if (!slot) return slot;
+        if (is_held(*slot)) continue;
+        if (!oldest || slot->last_used < (*oldest)->last_used) oldest = &slot;
     }
-    oldest->reset();
     return *oldest;
 }
 
 /// Null if the name is none.
 Package* find_package(const char* name, UciStore store = UciStore::Config) {
-    if (!uci_is_name(name, UciFile::kLongestName, "-")) return nullptr;
-    auto& slot = slot_for(name, store);
-    if (!slot) slot = std::make_unique<Package>(name, store);
-    slot->last_used = ++uses;
-    return slot.get();
+    if (!name) return nullptr;
+    Package* package = find_loaded(name, store);
+    if (!package) {
+        if (!uci_is_name(name, UciFile::kLongestName, "-")) return nullptr;
+        auto& slot = make_room();
+        slot = std::make_unique<Package>(name, store);
+        package = slot.get();
+    }
+    package->last_used = ++uses;
+    return package;
 }
 
 /// Finds the package and brings its model up to date, within a hold only once.
