@@ -13,7 +13,6 @@
 
 namespace {
 
-constexpr int kRounds = 101;
 /// Last of the daemon's objects to appear on the bus.
 constexpr char kLastObject[] = "app_uplink";
 const BusCall kEmptyMethod{"bench", "empty", "{}"};
@@ -50,7 +49,7 @@ void print_row(const char* name, double figure, double floor) {
 void measure(const Figure& figure, BusClient& bus) {
     std::vector<double> times, floors;
     make(bus, figure.set_up);
-    for (int round = 0; round < kRounds; ++round) {
+    for (int round = 0; round < figure.rounds; ++round) {
         make(bus, figure.before_each);
         times.push_back(bus.time(figure.timed));
         floors.push_back(floor_of(figure, bus));

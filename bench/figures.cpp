@@ -1,5 +1,7 @@
 #include "figures.h"
 
+#include <cstdio>
+
 namespace {
 
 using Calls = std::vector<BusCall>;
@@ -61,6 +63,58 @@ Figure ip_filter_add_at(int rules) {
                          .platform_calls = 3 + rules + 1});
 }
 
+BusCall dns_filter_switch(int enable) {
+    return {"app_dnsfilter", "dns_filter_basic_set", with("ucDnsFilterEnable", enable)};
+}
+
+BusCall dns_filter_add(int number) {
+    return {"app_dnsfilter", "dns_filter_list_add",
+            R"({"aucFilterDomain":"host)" + std::to_string(number) + R"(.example"})"};
+}
+
+Figure dns_filter_add_at(int rows) {
+    Figure figure{
+        .name = "dns_filter_list_add at " + std::to_string(rows),
+        .set_up = repeat(1, rows, dns_filter_add),
+        .timed = dns_filter_add(rows + 1),
+        .after_each = {{"app_dnsfilter", "dns_filter_list_del", with("ulIndex", rows + 1)}},
+        .tear_down = {dns_filter_switch(0)},
+        .package = "app_dnsfilter",
+        .replacements = 1,
+        .platform_calls = 1};
+    figure.set_up.insert(figure.set_up.begin(), dns_filter_switch(1));
+    return figure;
+}
+
+std::string url(int number) {
+    return R"("enable":1,"protocol_mask":3,"aucFilterUrl":"http://www.example/)" +
+           std::to_string(number) + "\"}";
+}
+
+BusCall url_filter_add(int number) {
+    return {"app_urlfilter", "url_filter_list_add", "{" + url(number)};
+}
+
+BusCall url_filter_set(int number) {
+    return {"app_urlfilter", "url_filter_list_set", R"({"ulIndex":50,)" + url(number)};
+}
+
+BusCall url_filter_del(int index) {
+    return {"app_urlfilter", "url_filter_list_del", with("ulIndex", index)};
+}
+
+BusCall mac_filter_mode(int mode) {
+    return {"app_macfilter", "mac_filter_basic_set",
+            R"({"ucMacFilterEnable":1,"ucFilterMode":)" + std::to_string(mode) + "}"};
+}
+
+BusCall mac_filter_add(int number) {
+    char mac[18];
+    std::snprintf(mac, sizeof(mac), "02:00:00:00:00:%02X", number);
+    return {"app_macfilter", "mac_filter_list_add",
+            R"({"ulEnable":1,"aucFilterMAC":")" + std::string(mac) + "\"}"};
+}
+
 }  // namespace
 
 std::vector<Figure> figures() {
@@ -81,5 +135,30 @@ std::vector<Figure> figures() {
                      {.before_each = {ip_filter_add(100)},
                       .timed = ip_filter_del(100),
                       .platform_calls = 3 + 99}),
+        dns_filter_add_at(0),
+        dns_filter_add_at(99),
+        {.name = "url_filter_list_set at 100",
+         .set_up = repeat(1, 100, url_filter_add),
+         .before_each = {url_filter_set(50)},
+         .timed = url_filter_set(500),
+         .tear_down = repeat(1, 100, url_filter_del),
+         .package = "app_urlfilter",
+         .replacements = 1},
+        {.name = "mac_filter_basic_set at 100",
+         .set_up = {mac_filter_mode(0)},
+         .before_each = repeat(1, 100, mac_filter_add),
+         .timed = mac_filter_mode(1),
+         .after_each = {mac_filter_mode(0)},
+         .package = "app_macfilter",
+         // every rule switched off, the attributes, every rule deleted
+         .replacements = 201,
+         .platform_calls = 101,
+         .rounds = 5},
+        {.name = "loopback_detection_start",
+         .timed = {"app_netapp", "loopback_detection_start",
+                   R"({"ucLoopbackEnable":1,"ucPkgPerSec":1,"ucLoopExistPeriod":1,)"
+                   R"("ucLoopCancelPeriod":1,"aucVlanTag":"","aucLoopEthType":""})"},
+         .platform_calls = 21},
+        {.name = "link_aggregation_get", .timed = {"app_uplink", "link_aggregation_get"}},
     };
 }

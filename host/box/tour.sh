@@ -17,19 +17,11 @@ shown() {
     "$@" 2>&1 | sed 's/^/    /'
 }
 
-call() { shown ubus call app_ipfilter "$@"; }
-
-# The state of one service only; platformctl shows them all, each below its name.
-ip_filter_state() { platformctl state | awk '/^[^ ]/ { on = /^ip_filter/ } on'; }
-
-platform_holds() {
-    echo "$ platformctl state    (ip_filter only)"
-    ip_filter_state | sed 's/^/    /'
-}
+call() { shown ubus call "app_$1" "${@:2}"; }
 
 kept() {
     shown uci show app_ipfilter
-    platform_holds
+    shown platformctl state ip_filter
 }
 
 rule() {
@@ -45,29 +37,41 @@ heading "The gateway is up; these objects are on its bus"
 shown ubus list
 
 heading "Switch the IP filter on, both directions as black lists"
-call ip_filter_basic_set '{"ucIPFilterEnable":1,"ucIPFilterUpMode":0,"ucIPFilterDownMode":0}'
+call ipfilter ip_filter_basic_set '{"ucIPFilterEnable":1,"ucIPFilterUpMode":0,"ucIPFilterDownMode":0}'
 kept
 
 heading "Keep one host from one web server, then another from a whole address"
-call ip_filter_list_add "$(rule 1 1 192.168.1.20 203.0.113.7 443)"
+call ipfilter ip_filter_list_add "$(rule 1 1 192.168.1.20 203.0.113.7 443)"
 kept
-call ip_filter_list_add "$(rule 1 0 192.168.1.21 203.0.113.8 0)"
+call ipfilter ip_filter_list_add "$(rule 1 0 192.168.1.21 203.0.113.8 0)"
 kept
 
 heading "An address that is none is refused, and nothing changes"
-call ip_filter_list_add "$(rule 1 1 10.0.0.300 203.0.113.7 443)"
+call ipfilter ip_filter_list_add "$(rule 1 1 10.0.0.300 203.0.113.7 443)"
+
+heading "The other filters, loopback detection and the uplink"
+call dnsfilter dns_filter_basic_set '{"ucDnsFilterEnable":1}'
+call dnsfilter dns_filter_list_add '{"aucFilterDomain":"ads.example"}'
+call urlfilter url_filter_list_add '{"enable":1,"protocol_mask":3,"aucFilterUrl":"a.example/x"}'
+call macfilter mac_filter_basic_set '{"ucMacFilterEnable":1,"ucFilterMode":0}'
+call macfilter mac_filter_list_add '{"ulEnable":1,"aucFilterMAC":"aa-bb-cc-dd-ee-ff"}'
+call netapp loopback_detection_time_get
+call uplink link_aggregation_get
+for service in dns_filter url_filter mac_filter; do
+    shown platformctl state "$service"
+done
 
 heading "Restart the platform, which forgets all, and the daemon, which hands it the same again"
-before=$(ip_filter_state)
+before=$(platformctl state)
 shown box-service restart platformd
-platform_holds
+shown platformctl state ip_filter
 shown box-service restart appcfgd
-platform_holds
-if [ "$(ip_filter_state)" != "$before" ]; then
+shown platformctl state ip_filter
+diff <(echo "$before") <(platformctl state) || {
     echo "The platform holds something else now."
     exit 1
-fi
-echo "The platform holds what it held before."
+}
+echo "All services of the platform hold what they held before."
 
 heading "The box stays up until Ctrl-C. From a second terminal:"
 cat <<'END'

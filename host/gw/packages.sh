@@ -2,11 +2,11 @@
 # The Debian packages behind each task, and how they get onto the machine.
 
 PACKAGES=(ca-certificates git util-linux cmake ninja-build g++ pkg-config jq python3
-    libjson-c-dev libsafec-dev libgtest-dev libgmock-dev
+    libjson-c-dev libsafec-dev libgtest-dev
     iptables ebtables bridge-utils iproute2)
 TEST_PACKAGES=(clang-format)
 ARM_PACKAGES=(g++-arm-linux-gnueabihf qemu-user
-    libjson-c-dev:armhf libsafec-dev:armhf libgtest-dev:armhf libgmock-dev:armhf)
+    libjson-c-dev:armhf libsafec-dev:armhf libgtest-dev:armhf)
 
 # Installs what is missing when it may; otherwise says which line does it, and stops.
 provide_packages() {

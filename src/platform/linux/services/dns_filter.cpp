@@ -35,8 +35,15 @@ std::vector<std::string> read_hosts(uint8_t index) {
     return hosts;
 }
 
+/// No days and no hours mean always, whether the text has its separator or is empty.
+void keep_time(st_item& held, const st_item& item) {
+    memcpy(held.auc_time, item.auc_time, sizeof(held.auc_time));
+    if (strcmp(held.auc_time, ";") == 0) held.auc_time[0] = '\0';
+}
+
 int32_t add(st_item& item) {
-    g_rules[item.index] = {item, {}};
+    auto& held = g_rules[item.index] = {item, {}};
+    keep_time(held.item, item);
     return 0;
 }
 
@@ -54,8 +61,7 @@ int32_t set(st_item& item) {
     if (item.Bitmap & kDnsFilterSetMac) memcpy(held.auc_mac, item.auc_mac, sizeof(held.auc_mac));
     if (item.Bitmap & kDnsFilterSetMode) held.mode = item.mode;
     if (item.Bitmap & kDnsFilterSetAction) held.action = item.action;
-    if (item.Bitmap & kDnsFilterSetTime)
-        memcpy(held.auc_time, item.auc_time, sizeof(held.auc_time));
+    if (item.Bitmap & kDnsFilterSetTime) keep_time(held, item);
     if (item.Bitmap & kDnsFilterSetHosts) {
         held.hostflag = item.hostflag;
         hosts = read_hosts(item.index);
