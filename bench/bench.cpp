@@ -39,6 +39,8 @@ double floor_of(const Figure& figure, BusClient& bus) {
         floor += durable_replacement(size);
     for (int i = 0; i < figure.platform_calls; ++i)
         floor += platform_round_trip();
+    for (const BusCall& call : figure.bus_calls)
+        floor += bus.time(call);
     return floor;
 }
 

@@ -30,7 +30,7 @@ void take_result(ubus_request* request, int, blob_attr* message) {
     blobmsg_policy policy{.name = "result", .type = BLOBMSG_TYPE_INT32};
     blob_attr* result = nullptr;
     blobmsg_parse(&policy, 1, &result, blob_data(message), blob_len(message));
-    *static_cast<bool*>(request->priv) = result && blobmsg_get_u32(result) == 0;
+    if (result && blobmsg_get_u32(result) != 0) *static_cast<bool*>(request->priv) = false;
 }
 
 int reply_empty(ubus_context* context, ubus_object*, ubus_request_data* request, const char*,
@@ -64,7 +64,7 @@ double BusClient::time(const BusCall& call) {
         give_up(call.method, "arguments are no JSON");
     const uint32_t id = id_of(context_, call.object);
     if (!id) give_up(call.object, "not on the bus");
-    bool good = false;
+    bool good = true;
     const Stopwatch watch;
     const int status =
         ubus_invoke(context_, id, call.method, message.head, take_result, &good, kTimeoutMs);

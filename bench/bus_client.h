@@ -12,7 +12,7 @@ struct BusCall {
 };
 
 /// One connection to the bus. Ends the benchmark with a message when the bus cannot be reached or a
-/// call does not reply {"result": 0}: a figure of a call that failed would mean nothing.
+/// call ends with a status or a result other than 0: a figure of a call that failed means nothing.
 class BusClient {
   public:
     BusClient();

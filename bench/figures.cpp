@@ -115,6 +115,16 @@ BusCall mac_filter_add(int number) {
             R"({"ulEnable":1,"aucFilterMAC":")" + std::string(mac) + "\"}"};
 }
 
+BusCall bond(const char* first, const char* second) {
+    return {"app_uplink", "link_aggregation_set",
+            R"({"slaves":[")" + std::string(first) + "\",\"" + second +
+                R"("],"bonding_policy":"802.3ad"})"};
+}
+
+BusCall detection(const char* action) {
+    return {"rc", "init", R"({"name":"auto_wan","action":")" + std::string(action) + "\"}"};
+}
+
 }  // namespace
 
 std::vector<Figure> figures() {
@@ -160,5 +170,13 @@ std::vector<Figure> figures() {
                    R"("ucLoopCancelPeriod":1,"aucVlanTag":"","aucLoopEthType":""})"},
          .platform_calls = 21},
         {.name = "link_aggregation_get", .timed = {"app_uplink", "link_aggregation_get"}},
+        {.name = "link_aggregation_set",
+         .before_each = {bond("eth0", "eth1")},
+         .timed = bond("eth2", "eth3"),
+         .tear_down = {{"app_uplink", "link_aggregation_del"}},
+         .package = "network",
+         .replacements = 1,
+         .bus_calls = {detection("disable"), detection("stop")},
+         .rounds = 11},
     };
 }

@@ -14,9 +14,10 @@ struct Figure {
     BusCall timed = {};
     std::vector<BusCall> after_each = {};
     std::vector<BusCall> tear_down = {};
-    const char* package = nullptr;  ///< whose file a change replaces
-    int replacements = 0;           ///< durable replacements that the call needs
-    int platform_calls = 0;         ///< round trips that it needs
+    const char* package = nullptr;        ///< whose file a change replaces
+    int replacements = 0;                 ///< durable replacements that the call needs
+    int platform_calls = 0;               ///< round trips that it needs
+    std::vector<BusCall> bus_calls = {};  ///< calls that it makes itself
     int rounds = 101;
 };
 
