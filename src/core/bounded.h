@@ -14,7 +14,8 @@ struct CallSite {
     const char* function;
     int line;
 
-    static consteval CallSite here(const char* function = __builtin_FUNCTION(),
+    /// For default arguments. A consteval one would name the function that has it as its default.
+    static constexpr CallSite here(const char* function = __builtin_FUNCTION(),
                                    int line = __builtin_LINE()) {
         return {function, line};
     }

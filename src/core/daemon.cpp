@@ -73,7 +73,7 @@ int run_daemon(std::span<const StartupStep> steps, std::span<const PublishedObje
     if (!publish(objects)) return 0;
 
     uloop_run_timeout(-1);
-    if (bus) ubus_free(bus);
+    ubus_free(bus);
     uloop_done();
     return 0;
 }

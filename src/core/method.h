@@ -170,6 +170,8 @@ consteval Method method(const char* name, std::span<const Argument> arguments, u
     using Record = decltype(detail::record_of(Operation));
     static_assert(sizeof(Record) <= kLargestRecord);
     if (arguments.size() > kMostArguments) bad_declaration("too many arguments");
+    constexpr bool words_outcome = std::is_invocable_r_v<Outcome, decltype(Operation), Record&>;
+    if (!words_outcome && !failure) bad_declaration("an operation without a failure text");
     Method m{
         .name = name, .arguments = arguments, .run = detail::run<Operation>, .failure = failure};
     if constexpr (requires { &Record::ulBitmap; }) {

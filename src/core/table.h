@@ -56,6 +56,7 @@ struct Column {
     }
     /// Characters that the package keeps of a text, where they are fewer than the member holds.
     consteval Column keeps(uint16_t characters) const {
+        if (characters >= size) bad_declaration("keeps more than the member holds");
         Column c = *this;
         c.width = characters + 1;
         return c;
@@ -96,6 +97,7 @@ consteval Column make_column(const char* name, size_t offset) {
 
 consteval Column make_coded_column(const char* name, size_t offset, size_t size,
                                    const TextCodec& codec) {
+    if (codec.width > kLargestCodedText) bad_declaration("too long a text");
     return {.option = name,
             .kind = ColumnKind::Coded,
             .offset = static_cast<uint16_t>(offset),
@@ -131,15 +133,19 @@ struct Table {
     uint32_t bitmap_of_row;  ///< `ulBitmap` of every row read
 };
 
-/// Declares a table; does not compile unless the columns and `ulBitmap` cover every byte of the
-/// record, so that no member can be forgotten.
+/// Declares a table; does not compile unless the columns, in the order of the members, and
+/// `ulBitmap` cover every byte of the record, so that no member can be forgotten.
 template <class Record>
 consteval Table make_table(uint32_t id, const char* package, const char* type,
                            std::span<const Column> columns, uint32_t bitmap_of_row) {
     static_assert(std::has_unique_object_representations_v<Record>);
     size_t covered = sizeof(Record::ulBitmap);
-    for (const Column& column : columns)
+    size_t next = 0;
+    for (const Column& column : columns) {
+        if (column.offset < next) bad_declaration("the columns are not in the members' order");
+        next = size_t{column.offset} + column.size;
         covered += column.size;
+    }
     if (id >= kTableIds) bad_declaration("no such table id");
     if (covered != sizeof(Record)) bad_declaration("a member has no column");
     return {.id = id,

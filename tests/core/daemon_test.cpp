@@ -1,5 +1,6 @@
 #include "core/daemon.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -82,6 +83,7 @@ TEST_F(DaemonTest, StepsRunInOrderWhateverTheyReturn) {
     EXPECT_EQ(run(), 0);
     EXPECT_EQ(steps_taken, (std::vector{1, 2, 3}));
     EXPECT_EQ(added, 3);
+    EXPECT_EQ(fcntl(ends[0], F_GETFL) & O_NONBLOCK, 0);  // replies wait for room
     EXPECT_EQ(connections_freed(), 1);
 }
 

@@ -158,6 +158,21 @@ TEST_F(IpFilterTest, RowThatCannotBeStoredIsReportedAfterAReplay) {
     EXPECT_EQ(total(), 0);
 }
 
+TEST_F(IpFilterTest, ChangeOfARowThatCannotBeStoredLeavesTheRow) {
+    ASSERT_EQ(basic_set(1, 0, 0), success());
+    ASSERT_EQ(add(1), success());
+    calls();
+    const auto before = read_package("app_ipfilter");
+    const FullDisk full;
+    EXPECT_EQ(set(1, "10.0.0.2"), failure(-1, "igdCmSecureIPFilterListSet error"));
+    EXPECT_EQ(calls(), Names{kRuleAdd});  // the old rule stays in force beside the new one
+    EXPECT_EQ(del(1), success());
+    EXPECT_EQ(calls(), (Names{kRuleDel, kFlush, kRestart, kRuleAdd}));
+    EXPECT_EQ(basic_set(0, 0, 0), success());
+    EXPECT_EQ(calls(), (Names{kSet, kFlush, kRestart, kRuleAdd}));
+    EXPECT_EQ(read_package("app_ipfilter"), before);
+}
+
 TEST_F(IpFilterTest, AddressesAreCheckedUnlessTheyMeanAny) {
     const auto bad = failure(268435457, "igdCmSecureUrlFilterListAdd error");
     EXPECT_EQ(add(1, "10.0.0.300"), bad);
@@ -241,6 +256,82 @@ TEST_F(IpFilterTest, ArgumentsAreRequiredInOrderAndNarrowed) {
     EXPECT_EQ(attr.ucUpListType, 0);
     EXPECT_EQ(attr.ucDownListType, 1);
     EXPECT_EQ(attr.ulBitmap, 27u);
+}
+
+/// What `action` logs, without the line numbers.
+template <class Action>
+std::string logged(Action action) {
+    recording_platform::open_log(true);
+    testing::internal::CaptureStdout();
+    action();
+    std::string text = testing::internal::GetCapturedStdout();
+    recording_platform::open_log(false);
+    for (size_t end = 0; (end = text.find(")]", end)) != std::string::npos; ++end) {
+        const size_t start = text.rfind('(', end);
+        text.erase(start + 1, end - start - 1);
+        end = start + 1;
+    }
+    return text;
+}
+
+constexpr char kListStart[] =
+    "[CM:igdCmSecureIPFilterListInit()]############ Security IP Filter List Table Init Start "
+    "############\n\r\n";
+constexpr char kListEnd[] =
+    "[CM:igdCmSecureIPFilterListInit()]############ Security IP Filter List Table Init End "
+    "############\n\r\n";
+constexpr char kReplay[] = "[CM:igdCmSecureIPFilterAllInit()]+++++++++++\r\n";
+constexpr char kFlushFails[] = "call zu_sal_ipfilter_flush_chain is fail.\t\n\r\n";
+
+TEST_F(IpFilterTest, ReplayIsLoggedToTheLetter) {
+    refuse(kFlush);
+    EXPECT_EQ(logged(igdCmSecureIPFilterAllInit),
+              std::string(kReplay) + "[CM:igdCmSecureIPFilterAllInit()]" + kFlushFails);
+    recording_platform::reset();
+    ASSERT_EQ(basic_set(1, 1, 1), success());
+    calls();
+    refuse(kFlush, -1, 1);
+    EXPECT_EQ(logged(igdCmSecureIPFilterAllInit),
+              std::string(kReplay) + kListStart +
+                  "[CM:igdCmSecureIPFilterListInit()]IP Filte list table is empty !\r\n\r\n" +
+                  kListEnd + "[CM:check_whitelist()]++++++++++++++++\t\n\r\n" +
+                  "[CM:check_whitelist()]" + kFlushFails);
+    EXPECT_EQ(calls(), (Names{kFlush, kRestart, kFlush}));
+    refuse(kRestart);
+    refuse(kFlush, 0);
+    EXPECT_EQ(logged(igdCmSecureIPFilterAllInit),
+              std::string(kReplay) +
+                  "[CM:igdCmSecureIPFilterAllInit()]call "
+                  "zu_sal_ipfilter_restart_set is fail.\t\n\r\n");
+}
+
+TEST_F(IpFilterTest, RefusedRequestsAreLoggedToTheLetter) {
+    EXPECT_EQ(logged([] { basic_set(2, 0, 0); }),
+              "[CM:igdCmSecureIPFilterAttrSet()]error: IGD_CM_GLOBAL_INPUT_PARA_ERROR.\t\n\r\n");
+    refuse(kSet);
+    EXPECT_EQ(logged([] { basic_set(1, 0, 0); }),
+              "[CM:igdCmSecureIPFilterAttrSet()]call zu_sal_ipfilter_set is fail.\t\n\r\n");
+    refuse(kRuleAdd, 5);
+    EXPECT_EQ(logged([] { add(1); }),
+              "[CM:igdCmSecureIPFilterListAdd()]Warnning call zu_sal_ipfilter_rule_add failed with "
+              "lRet [00000005].\t\n\r\n");
+    EXPECT_EQ(logged([] { del(9); }),
+              "[CM:igdCmSecureIPFilterListDel()]can't find this ip filter list !\r\n\r\n");
+    EXPECT_EQ(logged([] { set(9, ""); }),
+              "[CM:igdCmSecureIPFilterListSet()]**************************entry in "
+              "igdCmSecureIPFilterListSet\n\r\n[CM:igdCmSecureIPFilterListSet()]not found index, "
+              "return IGD_CM_OPERATE_FAIL\t\n\r\n");
+    write_package("app_ipfilter", "config IGD_SECUR_IP_FILTER_LIST_TAB\n\toption ucIndex '1'\n");
+    refuse(kRuleDel);
+    EXPECT_EQ(logged([] { del(1); }),
+              "[CM:igdCmSecureIPFilterListDel()]call zu_sal_ipfilter_rule_del failed with lRet "
+              "[ffffffff].\t\n\r\n");
+    std::string full;
+    for (int i = 0; i < 100; ++i)
+        full += "config IGD_SECUR_IP_FILTER_LIST_TAB\n";
+    write_package("app_ipfilter", full);
+    EXPECT_EQ(logged([] { add(1); }),
+              "[CM:igdCmSecureIPFilterListAdd()]ip filter list is full !\r\n\r\n");
 }
 
 TEST_F(IpFilterTest, WrongRecordSizesAreRefused) {

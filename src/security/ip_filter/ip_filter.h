@@ -79,7 +79,9 @@ int32_t igdCmSecureIPFilterListSet(IgdSecurIpFilterListTab* request, uint32_t si
 int32_t igdCmSecureIPFilterListInit();
 
 /// Sets up the platform's chains from the tables: flush, attributes, rules, and a flush of each
-/// direction whose white list is empty. With filtering off the chains stay empty.
+/// direction whose white list is empty. With filtering off the chains are left empty.
+/// IGD_CM_OPERATE_FAIL if the platform refuses the flush of both or the attributes; a rule it
+/// refuses is left out.
 int32_t igdCmSecureIPFilterAllInit();
 
 /// The last attribute request that the platform accepted; all zero before the first.

@@ -77,7 +77,7 @@ int32_t igdCmSecureIPFilterAttrSet(IgdSecurIpFilterAttrTab* request, uint32_t si
         SECURITY_LOG("error: IGD_CM_GLOBAL_INPUT_PARA_ERROR.\t\n\r\n");
         return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
     }
-    IgdSecurIpFilterAttrTab attr;
+    IgdSecurIpFilterAttrTab attr{};
     if (!mib_chain_get(IGD_SECUR_IP_FILTER_ATTR_TAB, 0, &attr)) {
         SECURITY_LOG("error: IGD_CM_OPERATE_FAIL.\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
