@@ -326,10 +326,17 @@ const char* ubus_strerror(int error) {
     return kTexts[known ? error : static_cast<int>(UBUS_STATUS_UNKNOWN_ERROR)];
 }
 
+// A gateway's broker refuses a second object of one name; the one on development machines would
+// let it take the name over from the first.
+static bool is_taken(ubus_context* ctx, const char* name) {
+    uint32_t id = 0;
+    return name && ubus_lookup_id(ctx, name, &id) == UBUS_STATUS_OK;
+}
+
 int ubus_add_object(ubus_context* ctx, ubus_object* obj) {
     Context& context = context_of(ctx);
     auto& objects = context.objects;
-    if (std::find(objects.begin(), objects.end(), obj) != objects.end())
+    if (std::find(objects.begin(), objects.end(), obj) != objects.end() || is_taken(ctx, obj->name))
         return UBUS_STATUS_INVALID_ARGUMENT;
 
     FrameBody body;

@@ -342,7 +342,6 @@ TEST(BrokerFault, RefusedObjectStaysOffTheBus) {
     });
     Client client(broker);
     ubus_object object{};
-    object.name = "taken";
     EXPECT_EQ(ubus_add_object(client.context, &object), UBUS_STATUS_INVALID_ARGUMENT);
     EXPECT_EQ(ubus_add_object(client.context, &object), UBUS_STATUS_NO_DATA);
     EXPECT_EQ(object.id, 0u);

@@ -555,6 +555,8 @@ TEST_F(Bus, ObjectsComeAndGo) {
     EXPECT_EQ(ubus_add_object(context_, &first), UBUS_STATUS_OK);
     EXPECT_EQ(ubus_add_object(context_, &second), UBUS_STATUS_OK);
     EXPECT_EQ(ubus_add_object(context_, &first), UBUS_STATUS_INVALID_ARGUMENT);
+    ubus_object namesake = make_object("second");
+    EXPECT_EQ(ubus_add_object(context_, &namesake), UBUS_STATUS_INVALID_ARGUMENT);
     EXPECT_EQ(tool("list").out, "first\nsecond\n");
     EXPECT_EQ(ubus_remove_object(context_, &first), UBUS_STATUS_OK);
     EXPECT_EQ(first.id, 0u);
