@@ -59,8 +59,10 @@ int run_daemon(std::span<const StartupStep> steps, std::span<const PublishedObje
     for (const StartupStep step : steps)
         step();
 
-    // Whoever starts a child here waits for it; the loop must not collect it first.
+    // Whoever starts a child here waits for it: neither the loop nor, where the signal is inherited
+    // as ignored, the kernel may collect it first.
     uloop_handle_sigchld = false;
+    std::signal(SIGCHLD, SIG_DFL);
     uloop_init();
     const TerminationHold hold;
     zu_owal_ipc_serve();

@@ -69,8 +69,8 @@ void remove_bond_from_stored_bridge() {
     UciFile network(context.get(), "network");
     if (!network.load_for_change()) return;
     uci_section* bridge = find_lan_bridge(network.package());
-    if (!has_list_value(bridge, "ports", "bond-la")) return;
-    remove_list_value(bridge, "ports", "bond-la");
+    if (!has_list_value(bridge, "ports", kBond)) return;
+    remove_list_value(bridge, "ports", kBond);
     static_cast<void>(network.commit());
 }
 

@@ -13,7 +13,6 @@
 namespace {
 
 constexpr uint32_t kSlaves = 2;
-constexpr char kBond[] = "bond-la";
 
 using PortName = char[16];
 

@@ -13,6 +13,9 @@
 // The operations answer with code -3 for arguments that make no sense and -1 for everything else.
 // Nothing is rolled back: what was committed before a failure stays.
 
+/// The bond's device.
+inline constexpr char kBond[] = "bond-la";
+
 /// Options of the bond that are set as given, in this order, and reported in this order.
 struct LaTuning {
     const char* option;

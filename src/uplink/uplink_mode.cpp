@@ -53,7 +53,7 @@ bool free_wan_port(uci_context* context, const ModeRequest& request, bool bond_r
     if (!network.load_for_change()) return false;
     uci_section* bridge = bond_removed ? find_lan_bridge(network.package()) : nullptr;
     if (!bridge) return true;
-    remove_list_value(bridge, "ports", "bond-la");
+    remove_list_value(bridge, "ports", kBond);
     if (request.fixed) {
         char port[16];
         std::snprintf(port, sizeof(port), "eth%d", request.number - 1);

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <cstdint>
-
 #include "core/method.h"
 #include "core/result.h"
 #include "uci_file.h"
@@ -44,8 +42,8 @@ bool is_of_type(const uci_section* section, const char* type);
 /// An option that is a text; null if it is absent or a list.
 const char* option_string(uci_section* section, const char* option);
 
-/// An option as text: a list as its elements joined by single spaces, an absent one as "". What
-/// does not fit is left out.
+/// An option as text: a list as its elements joined by single spaces, an absent one as "". Cut
+/// to 255 characters.
 void option_text(uci_section* section, const char* option, Text& text);
 
 // A null section cannot be changed.

@@ -15,7 +15,6 @@
 
 namespace {
 
-constexpr char kNotPersisted[] = "Failed to persist WAN backup configuration";
 constexpr int kCannotExecute = 127;
 
 bool is_flag(std::string_view text) {
@@ -108,5 +107,5 @@ Outcome wan_backup_set(const WanBackup& backup) {
         return failed("WAN backup capability is disabled");
     if (!reads("device_mode_manager", "device_mode_manager", "mode", "0"))
         return failed("WAN backup is configurable only in gateway mode");
-    return stage(backup) ? Outcome{} : failed(kNotPersisted);
+    return stage(backup) ? Outcome{} : failed("Failed to persist WAN backup configuration");
 }

@@ -22,7 +22,6 @@ std::mutex mutex;
 Lines lines;
 std::function<void(const std::string&)> hook;
 bool rc = true;
-int rc_status = 0;
 
 int note(const std::string& line) {
     std::function<void(const std::string&)> called;
@@ -47,7 +46,6 @@ void reset() {
     lines.clear();
     hook = nullptr;
     rc = true;
-    rc_status = 0;
 }
 
 Lines take() {
@@ -67,10 +65,6 @@ bool wait_for(const std::string& line, int count) {
 
 void without_rc() {
     rc = false;
-}
-
-void with_rc_status(int status) {
-    rc_status = status;
 }
 
 void on_line(std::function<void(const std::string&)> called) {
@@ -109,5 +103,5 @@ extern "C" int ubus_invoke_fd(ubus_context*, uint32_t id, const char* method, bl
     const std::string limit = timeout == 3000 ? "" : " within " + std::to_string(timeout);
     note((id == 7 ? "rc " : "? ") + std::string(method) + " " + json + limit);
     std::free(json);
-    return rc_status;
+    return UBUS_STATUS_OK;
 }

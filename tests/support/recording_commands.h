@@ -21,9 +21,8 @@ Lines take();
 /// at most five seconds. False if it was not.
 [[nodiscard]] bool wait_for(const std::string& line, int count = 1);
 
-/// From now on there is no `rc` on the bus, or its calls end with a bus status.
+/// From now on there is no `rc` on the bus.
 void without_rc();
-void with_rc_status(int status);
 
 /// Calls `hook` with every line, on the thread that wants it run, after it has been noted.
 void on_line(std::function<void(const std::string&)> hook);

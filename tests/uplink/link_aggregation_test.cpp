@@ -2,6 +2,7 @@
 #include <cstring>
 #include <thread>
 
+#include "uplink/uplink_commands.h"
 #include "uplink/uplink_test.h"
 
 namespace {
@@ -25,74 +26,40 @@ std::string join_line(const std::string& port) {
            " up 2>/dev/null; brctl addif br-lan " + port + " 2>/dev/null; }";
 }
 
+void replace(std::string& text, const std::string& old, const std::string& fresh) {
+    const auto at = text.find(old);
+    ASSERT_NE(at, text.npos) << old;
+    text.replace(at, old.size(), fresh);
+}
+
 struct LinkAggregationTest : UplinkTest {};
 
 TEST_F(LinkAggregationTest, SetStoresTheBondAndLeavesEverythingElse) {
-    ASSERT_EQ(set(R"("eth2","eth3")", R"(,"primary":"eth2","lacp_rate":"","ad_select":"count")"),
+    auto network = read_package("network");
+    replace(network, "'eth2'\n\tlist ports 'eth3'\n\tlist ports 'bond-la'", "'eth1'");
+    replace(network, "ifname 'eth1'", "ifname 'bond-la'");
+    replace(network, "'ipv4'\n", "'ipv4'\n\toption ifname 'bond-la'\n");
+    replace(network, "'link'\n", "'link'\n\toption ifname 'bond-la'\n");
+    network +=
+        "\nconfig interface 'la'\n"
+        "\toption proto 'bonding'\n"
+        "\tlist slaves 'eth2'\n"
+        "\tlist slaves 'eth3'\n"
+        "\toption bonding_policy '802.3ad'\n"
+        "\toption all_slaves_active '0'\n"
+        "\toption link_monitoring 'off'\n"
+        "\toption primary 'eth2'\n"
+        "\toption ad_select 'count'\n"
+        "\toption ipaddr '172.222.2.3'\n"
+        "\toption netmask '255.255.255.0'\n\n";
+    ASSERT_EQ(set(R"("eth2","eth3")", R"(,"ad_select":"count","lacp_rate":"","primary":"eth2")"),
               success());
-    EXPECT_EQ(read_package("network"),
-              "\nconfig device 'br_lan'\n"
-              "\toption name 'br-lan'\n"
-              "\tlist ports 'eth0'\n"
-              "\tlist ports 'eth1'\n"
-              "\nconfig interface 'lan'\n"
-              "\toption device 'br-lan'\n"
-              "\nconfig route\n"
-              "\toption target '10.0.0.0/8'\n"
-              "\tlist via 'a b'\n"
-              "\tlist via 'it'\\''s'\n"
-              "\nconfig device\n"
-              "\toption name 'wan1'\n"
-              "\toption ifname 'bond-la'\n"
-              "\nconfig device\n"
-              "\toption name 'plain'\n"
-              "\toption ifname 'eth9'\n"
-              "\nconfig device\n"
-              "\toption name 'voip'\n"
-              "\toption service_mode 'voice'\n"
-              "\toption ifname 'bond-la'\n"
-              "\nconfig interface 'wan1'\n"
-              "\toption device 'wan1'\n"
-              "\toption proto 'dhcp'\n"
-              "\nconfig interface 'wan2'\n"
-              "\toption device 'wan2'\n"
-              "\toption proto 'none'\n"
-              "\nconfig interface 'wan_section_name_too_long'\n"
-              "\toption device 'wan1'\n"
-              "\nconfig interface 'la'\n"
-              "\toption proto 'bonding'\n"
-              "\tlist slaves 'eth2'\n"
-              "\tlist slaves 'eth3'\n"
-              "\toption bonding_policy '802.3ad'\n"
-              "\toption all_slaves_active '0'\n"
-              "\toption link_monitoring 'off'\n"
-              "\toption primary 'eth2'\n"
-              "\toption ad_select 'count'\n"
-              "\toption ipaddr '172.222.2.3'\n"
-              "\toption netmask '255.255.255.0'\n\n");
-    EXPECT_EQ(read_package("auto_wan"),
-              "\nconfig auto_wan 'auto_wan'\n"
-              "\toption current_uplinkid '2'\n"
-              "\toption detected_linkid '2'\n"
-              "\toption detect_en '0'\n"
-              "\toption cfg_mode '1'\n"
-              "\toption cfg_linkid '1'\n"
-              "\nconfig other\n"
-              "\toption kept 'yes'\n\n");
-    EXPECT_EQ(read_package("firewall"),
-              "\nconfig zone\n"
-              "\toption name 'lan'\n"
-              "\nconfig zone\n"
-              "\toption name 'wan'\n"
-              "\tlist network 'wan1 wan2'\n"
-              "\tlist network 'la'\n"
-              "\nconfig zone\n"
-              "\toption name 'wan'\n\n");
+    EXPECT_EQ(read_package("network"), network);
     EXPECT_TRUE(wait_for(kLastReload));
 }
 
 TEST_F(LinkAggregationTest, WorkersRunTheirLinesInOrder) {
-    ASSERT_EQ(set(R"("eth2","usb0")"), success());
+    ASSERT_EQ(set(R"("eth2",7,"usb0")"), success());
     ASSERT_TRUE(wait_for(kLastReload));
     EXPECT_EQ(take(),
               (Lines{rc_call("disable"), rc_call("stop"), release_line("eth2"),
@@ -101,6 +68,7 @@ TEST_F(LinkAggregationTest, WorkersRunTheirLinesInOrder) {
                      "/etc/init.d/miniupnpd reload", kLastReload}));
     EXPECT_EQ(values("network", "slaves"), (Names{"eth2", "usb0"}));
     ASSERT_EQ(call("link_aggregation_del"), success());
+    EXPECT_EQ(values("network", "ports"), (Names{"eth0", "eth3", "eth1", "eth2"}));
     ASSERT_TRUE(removal_is_applied());
     EXPECT_EQ(take(), (Lines{rc_call("stop"), "brctl delif br-lan bond-la 2>/dev/null",
                              join_line("eth0"), join_line("eth3"), join_line("eth1"),
@@ -109,33 +77,15 @@ TEST_F(LinkAggregationTest, WorkersRunTheirLinesInOrder) {
                              kLastReload, rc_call("enable"), rc_call("start")}));
 }
 
-TEST_F(LinkAggregationTest, PortsGoBackToTheBridgeTheyCameFrom) {
-    have_bond();
-    have_bond(R"("eth0","eth2")");
-    EXPECT_EQ(values("network", "ports"), (Names{"eth1", "eth3"}));
-    EXPECT_EQ(values("network", "slaves"), (Names{"eth0", "eth2"}));
-    ASSERT_EQ(call("link_aggregation_del"), success());
-    EXPECT_EQ(values("network", "ports"), (Names{"eth1", "eth3", "eth0", "eth2"}));
-    EXPECT_EQ(read_package("network").find("'la'"), std::string::npos);
-    EXPECT_EQ(read_package("auto_wan"),
-              "\nconfig auto_wan 'auto_wan'\n"
-              "\toption cfg_mode '1'\n"
-              "\toption cfg_linkid '1'\n"
-              "\toption current_uplinkid '-1'\n"
-              "\toption detected_linkid '-1'\n"
-              "\toption detect_en '1'\n"
-              "\nconfig other\n"
-              "\toption kept 'yes'\n\n");
-    EXPECT_TRUE(removal_is_applied());
-}
-
-TEST_F(LinkAggregationTest, SlavesThatAreOneTextAreReplacedToo) {
+TEST_F(LinkAggregationTest, BondBeforeIsReplacedWhereItIsToldTo) {
     write_package("network",
                   "config device 'br_lan'\n\tlist ports 'eth0'\n"
-                  "config interface 'la'\n\toption slaves 'eth2 eth3'\n");
-    have_bond(R"("eth0","eth3")");
+                  "config interface 'la'\n\toption slaves 'eth2 eth3'\n\toption primary 'eth3'\n");
+    ASSERT_EQ(set(R"("eth0","eth3")", R"(,"primary":"")"), success());
     EXPECT_EQ(values("network", "slaves"), (Names{"eth0", "eth3"}));
     EXPECT_EQ(values("network", "ports"), Names{"eth2"});
+    EXPECT_NE(read_package("network").find("primary 'eth3'"), std::string::npos);
+    EXPECT_TRUE(wait_for(kLastReload));
 }
 
 TEST_F(LinkAggregationTest, PreviousUplinkIsTheFixedPortOnlyInFixedMode) {
@@ -173,22 +123,24 @@ TEST_F(LinkAggregationTest, WanZoneThatNamesLaIsLeftAlone) {
 }
 
 TEST_F(LinkAggregationTest, TellsHowTheWanZoneWentToTheLetter) {
+    std::string expected;
+    for (const char* line :
+         {"Start: Adding 'la' interface to wan zone network list", "Loading firewall config...",
+          "Firewall config loaded successfully", "Searching for wan zone...",
+          "Found zone: (null) (section name: first)", "Found zone: wan (section name: second)",
+          "Found wan zone, section name: second", "Current wan zone network list: wan1 wan2",
+          "Adding 'la' to wan zone network list...", "uci_add_list returned: 0",
+          "Successfully added network option, committing...", "uci_commit returned: 0",
+          "Completed"})
+        expected += "[add_la_to_wan_firewall_zone] " + std::string(line) + "\n";
+    write_package("firewall",
+                  "config zone 'first'\nconfig other\n\toption name wan\n"
+                  "config zone 'second'\n\toption name wan\n\toption network 'wan1 wan2'\n"
+                  "config zone 'third'\n\toption name wan\n");
     testing::internal::CaptureStdout();
     have_bond();
-    const std::string p = "[add_la_to_wan_firewall_zone] ";
-    auto printed = testing::internal::GetCapturedStdout();
-    for (std::string::size_type at; (at = printed.find("cfg0")) != printed.npos;)
-        printed.replace(at, std::strlen("cfg000000"), "NAME");
-    EXPECT_EQ(printed,
-              p + "Start: Adding 'la' interface to wan zone network list\n" + p +
-                  "Loading firewall config...\n" + p + "Firewall config loaded successfully\n" + p +
-                  "Searching for wan zone...\n" + p + "Found zone: lan (section name: NAME)\n" + p +
-                  "Found zone: wan (section name: NAME)\n" + p +
-                  "Found wan zone, section name: NAME\n" + p +
-                  "Current wan zone network list: wan1 wan2\n" + p +
-                  "Adding 'la' to wan zone network list...\n" + p + "uci_add_list returned: 0\n" +
-                  p + "Successfully added network option, committing...\n" + p +
-                  "uci_commit returned: 0\n" + p + "Completed\n");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), expected);
+    EXPECT_EQ(values("firewall", "network"), (Names{"wan1 wan2", "la"}));
 }
 
 TEST_F(LinkAggregationTest, ArgumentsThatMakeNoSenseChangeNothing) {
@@ -263,17 +215,6 @@ TEST_F(LinkAggregationTest, DeleteWithoutABondOnlyStopsTheDetection) {
     EXPECT_EQ(read_package("auto_wan"), auto_wan);
 }
 
-TEST_F(LinkAggregationTest, DeleteWithoutCommitTouchesTheStoredNetworkOnly) {
-    have_bond();
-    const auto auto_wan = read_package("auto_wan");
-    ASSERT_EQ(call("link_aggregation_del_no_commit"), success());
-    EXPECT_EQ(values("network", "ports"), (Names{"eth0", "eth1", "eth2", "eth3"}));
-    EXPECT_EQ(read_package("network").find("'la'"), std::string::npos);
-    EXPECT_EQ(read_package("auto_wan"), auto_wan);
-    ASSERT_EQ(call("link_aggregation_del_no_commit"), success());
-    EXPECT_EQ(take(), Lines{});
-}
-
 TEST_F(LinkAggregationTest, KernelKnowsTheSlavesThatThePackageHasLost) {
     write_package("kernel", "eth2 eth3\r\nrest");
     const auto path = folder() + "/kernel";
@@ -314,40 +255,14 @@ TEST_F(LinkAggregationTest, GetReportsTheBondInItsOwnWords) {
     EXPECT_EQ(call("link_aggregation_get"), none);
 }
 
-// Whatever a front end or another program writes into a package, it is data.
-TEST_F(LinkAggregationTest, HostileNamesNeverReachAShell) {
-    write_package("network",
-                  "config device 'br_lan'\n\toption name 'br-lan'\n\tlist ports 'eth0'\n"
-                  "\tlist ports 'eth1;reboot'\n\tlist ports 'eth$(reboot)'\n"
-                  "\tlist ports '../etc'\n\tlist ports 'eth_name_of_16_c'\n"
-                  "\tlist ports 'eth1\nreboot'\n"
-                  "config interface 'la'\n\toption proto 'bonding'\n"
-                  "config interface 'a_much_too_long_name'\n\toption device 'wan1'\n");
-    const Lines applied{rc_call("disable"),
-                        rc_call("stop"),
-                        "/etc/init.d/network reload",
-                        "ifup la 2>/dev/null",
-                        "/etc/init.d/firewall reload",
-                        "/etc/init.d/miniupnpd reload",
-                        kLastReload};
-    for (const char* slaves :
-         {R"("eth0;reboot","eth0\nreboot")", R"~("eth0 $(reboot)","../eth0")~",
-          R"("eth`reboot`","eth0&reboot")", R"("eth'x","eth\"x")", R"("eth/x","eth\\x")"}) {
-        ASSERT_EQ(set(slaves), success()) << slaves;
-        ASSERT_TRUE(wait_for(kLastReload));
-        auto lines = take();
-        std::erase(lines, release_line("eth0"));
-        EXPECT_EQ(lines, applied) << slaves;
-    }
-    EXPECT_EQ(values("network", "slaves"), (Names{"eth/x", "eth\\x"}));
-    ASSERT_EQ(call("link_aggregation_del"), success());
-    ASSERT_TRUE(removal_is_applied());
-    auto lines = take();
-    EXPECT_EQ(std::erase(lines, join_line("eth0")), 1u);
-    EXPECT_EQ(lines, (Lines{rc_call("stop"), "brctl delif br-lan bond-la 2>/dev/null",
-                            "/etc/init.d/network reload", "/etc/init.d/firewall reload",
-                            "/etc/init.d/miniupnpd reload", kLastReload, rc_call("enable"),
-                            rc_call("start")}));
+// No name is put into a shell line before it has passed this.
+TEST(InterfaceName, IsWhatNoShellReadsAnythingInto) {
+    for (const char* name : {"eth0", "a", "wan1.45_x-Y", "name_of_15_char"})
+        EXPECT_TRUE(is_interface_name(name)) << name;
+    for (const char* name :
+         {"", "eth0;reboot", "eth0\nreboot", "eth0 x", "eth$(reboot)", "eth`x`", "eth0&x", "eth'x",
+          "eth\"x", "eth/x", "eth\\x", "eth*", "eth|x", "eth\xc3\xa9", "name_of_16_chars"})
+        EXPECT_FALSE(is_interface_name(name)) << name;
 }
 
 TEST_F(LinkAggregationTest, BondMadeMeanwhileKeepsTheDetectionOff) {
@@ -358,7 +273,7 @@ TEST_F(LinkAggregationTest, BondMadeMeanwhileKeepsTheDetectionOff) {
     ASSERT_TRUE(wait_for(kLastReload, 2));
     const auto lines = take();
     EXPECT_EQ(std::ranges::count(lines, rc_call("start")), 0);
-    EXPECT_EQ(lines.back() == rc_call("stop") || lines.back() == kLastReload, true);
+    EXPECT_EQ(std::ranges::count(lines, rc_call("stop")), 3);
 }
 
 TEST_F(LinkAggregationTest, BusWithoutDetectionServiceIsNoFailure) {
@@ -370,12 +285,6 @@ TEST_F(LinkAggregationTest, BusWithoutDetectionServiceIsNoFailure) {
     ASSERT_TRUE(wait_for(kLastReload));
     uloop_run_timeout(50);
     EXPECT_EQ(connections_made(), 3);
-    recording_commands::reset();
-    recording_commands::with_rc_status(7);
-    ASSERT_EQ(set(), success());
-    ASSERT_EQ(call("link_aggregation_del"), success());
-    ASSERT_TRUE(wait_for(kLastReload, 2));
-    ASSERT_TRUE(removal_is_applied());
 }
 
 // Requests come while workers sleep, run their lines and read the packages.

@@ -27,8 +27,9 @@ constexpr char kNetwork[] =
     "\toption name 'plain'\n"
     "\toption ifname 'eth9'\n"
     "\nconfig device\n"
-    "\toption name 'voip'\n"
-    "\toption service_mode 'voice'\n"
+    "\tlist IpProtocolType 'ipv4'\n"
+    "\nconfig device\n"
+    "\toption lkname 'link'\n"
     "\nconfig interface 'wan1'\n"
     "\toption device 'wan1'\n"
     "\toption proto 'dhcp'\n"
@@ -48,11 +49,6 @@ constexpr char kAutoWan[] =
     "\toption kept 'yes'\n";
 
 constexpr char kFirewall[] =
-    "\nconfig zone\n"
-    "\toption name 'lan'\n"
-    "\nconfig zone\n"
-    "\toption name 'wan'\n"
-    "\toption network 'wan1 wan2'\n"
     "\nconfig zone\n"
     "\toption name 'wan'\n";
 

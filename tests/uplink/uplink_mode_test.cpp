@@ -21,43 +21,6 @@ struct UplinkModeTest : UplinkTest {
     }
 };
 
-TEST_F(UplinkModeTest, WithoutABondOnlyTheDetectionIsToldAnew) {
-    const auto network = read_package("network");
-    ASSERT_EQ(mode(R"({"mode":"2","port":"9"})"), success());
-    EXPECT_EQ(detection(),
-              "\nconfig auto_wan 'auto_wan'\n"
-              "\toption cfg_mode '2'\n"
-              "\toption current_uplinkid '2'\n"
-              "\toption detected_linkid '2'\n"
-              "\toption detect_en '0'\n");
-    ASSERT_EQ(mode(R"({"mode":"1","port":"3x"})"), success());
-    EXPECT_EQ(detection(),
-              "\nconfig auto_wan 'auto_wan'\n"
-              "\toption current_uplinkid '2'\n"
-              "\toption detected_linkid '2'\n"
-              "\toption detect_en '0'\n"
-              "\toption cfg_mode '1'\n"
-              "\toption cfg_linkid '3x'\n");
-    EXPECT_EQ(read_package("network"), network);
-    EXPECT_EQ(take(), (Lines{kReload, kReload}));
-}
-
-TEST_F(UplinkModeTest, FixedPortLeavesTheBridgeThatABondGivesBack) {
-    have_bond();
-    ASSERT_EQ(mode(R"({"mode":"1","port":"2"})"), success());
-    EXPECT_EQ(values("network", "ports"), (Names{"eth0", "eth2", "eth3"}));
-    EXPECT_EQ(read_package("network").find("'la'"), std::string::npos);
-    EXPECT_EQ(detection(),
-              "\nconfig auto_wan 'auto_wan'\n"
-              "\toption current_uplinkid '2'\n"
-              "\toption detected_linkid '2'\n"
-              "\toption detect_en '0'\n"
-              "\toption cfg_mode '1'\n"
-              "\toption cfg_linkid '2'\n");
-    ASSERT_TRUE(removal_is_applied());
-    EXPECT_EQ(take().front(), "brctl delif br-lan bond-la 2>/dev/null");
-}
-
 TEST_F(UplinkModeTest, AutoUplinkArmsTheDetectionWhenABondGoes) {
     have_bond();
     ASSERT_EQ(mode(R"({"mode":"2"})"), success());
@@ -94,15 +57,6 @@ TEST_F(UplinkModeTest, ArgumentsThatMakeNoSenseChangeNothing) {
     EXPECT_EQ(read_package("network"), network);
     EXPECT_EQ(read_package("auto_wan"), auto_wan);
     EXPECT_EQ(take(), Lines{});
-}
-
-TEST_F(UplinkModeTest, HostilePortIsStoredAndNothingElse) {
-    ASSERT_EQ(mode(R"({"mode":"1","port":"4;reboot"})"), success());
-    EXPECT_NE(detection().find("cfg_linkid '4;reboo'"), std::string::npos);
-    EXPECT_EQ(take(), Lines{kReload});
-    ASSERT_EQ(set(), success());
-    EXPECT_EQ(values("network", "ports"), Names{"eth0"});  // eth3 came back and went again
-    EXPECT_TRUE(recording_commands::wait_for(kLastReload));
 }
 
 TEST_F(UplinkModeTest, FailureLeavesTheBondRemovedAndSaysWhatFailed) {

@@ -45,14 +45,6 @@ struct WanBackupTest : UplinkTest {
     std::string path_ = folder() + "/manager";
 };
 
-TEST_F(WanBackupTest, HandsTheTextsToTheManager) {
-    ASSERT_EQ(backup("1", "4", "1", "2", "2"), success());
-    EXPECT_EQ(noted(), "6:stage 1 4 1 2 2\n");
-    ASSERT_EQ(backup("0", "1", "3", "3", "4"), success());
-    EXPECT_EQ(noted(), "6:stage 0 1 3 3 4\n");
-    EXPECT_EQ(recording_commands::take(), recording_commands::Lines{});
-}
-
 TEST_F(WanBackupTest, ArgumentsAreCheckedFirst) {
     have_mode("1");
     for (
