@@ -90,7 +90,7 @@ int32_t igdCmDnsFilterConfigInit();
 
 /// Appends a domain under a new index and reloads. IGD_CM_OPERATE_FULL when there are 100,
 /// IGD_CM_OPERATE_FAIL when the very same text is on the list, IGD_CM_GLOBAL_INPUT_PARA_ERROR when
-/// it holds control characters, which could make several lines of it.
+/// it holds a line end, which would make several domains of it.
 int32_t igdCmSecureDnsFilterListAdd(IgdSecurDnsFilterListTab* request, uint32_t size);
 
 /// Deletes the domain with the request's index and reloads. An index that is above 100 or unknown

@@ -1,8 +1,6 @@
 #include <unistd.h>
 
-#include <algorithm>
-#include <cctype>
-#include <string_view>
+#include <cstring>
 
 #include "core/bounded.h"
 #include "core/log.h"
@@ -31,8 +29,8 @@ bool is_listed(const char* domain) {
 }
 
 /// A domain is written as it came, so one that holds a line end would become several.
-bool has_control_characters(std::string_view text) {
-    return std::ranges::any_of(text, [](unsigned char c) { return std::iscntrl(c) != 0; });
+bool has_line_end(const char* text) {
+    return std::strchr(text, '\n') != nullptr;
 }
 
 bool is_filter_on() {
@@ -53,21 +51,28 @@ int32_t append_domains(HostListFile& file) {
     return failed < 0 ? count : -1;
 }
 
-/// Makes the host-list file the host list of the list's rule.
-int32_t hand_over() {
+/// Makes the host-list file the host list of the list's rule, or removes it while no rule is on.
+int32_t hand_over(const char* operation) {
+    if (!is_filter_on()) {
+        unlink(dns_filter_files.host_list);
+        return 0;
+    }
     Rule rule;
     zero(rule);
     rule.ucIndex = kDnsListRule;
     rule.ucEnable = 1;
     copy_text(rule.aucHostListName, dns_filter_files.host_list);
     rule.ulBitmap = kDnsRuleEnable | kDnsRuleHostList;
-    return igdCmDnsFilterConfigSet(&rule, sizeof(rule));
+    const int32_t ret = igdCmDnsFilterConfigSet(&rule, sizeof(rule));
+    if (ret == 0) return 0;
+    SECURITY_LOG_AS(operation, "igdCmDnsFilterConfigSet fail, ret = %d\r\n\r\n", ret);
+    return IGD_CM_OPERATE_FAIL;
 }
 
 }  // namespace
 
 int32_t igdCmSecureDnsFilterListAdd(Entry* request, uint32_t size) {
-    if (!is_record(request, size) || has_control_characters(request->aucFilterDomain))
+    if (!is_record(request, size) || has_line_end(request->aucFilterDomain))
         return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
     if (mib_chain_total(IGD_SECUR_DNS_FILTER_LIST_TAB) == kListCapacity) return IGD_CM_OPERATE_FULL;
     if (is_listed(request->aucFilterDomain)) {
@@ -140,15 +145,7 @@ int32_t igdCmSecureDnsFilterListReload() {
         SECURITY_LOG("open/create new file %s failed\t\n\r\n", path);
         return IGD_CM_OPERATE_FAIL;
     }
-    if (!is_filter_on()) {
-        unlink(path);
-        return 0;
-    }
-    if (const int32_t ret = hand_over(); ret != 0) {
-        SECURITY_LOG("igdCmDnsFilterConfigSet fail, ret = %d\r\n\r\n", ret);
-        return IGD_CM_OPERATE_FAIL;
-    }
-    return 0;
+    return hand_over(__func__);
 }
 
 int32_t igdCmSecureDnsFilterListInit() {
@@ -162,17 +159,10 @@ int32_t igdCmSecureDnsFilterListInit() {
     unlink(path);
     HostListFile file(path);
     const int32_t written = append_domains(file);
-    if (written < 0 || (written > 0 && !file.publish())) {
+    if (written == 0) return 0;
+    if (written < 0 || !file.publish()) {
         SECURITY_LOG("open/create new file %s failed\t\n\r\n", path);
         return IGD_CM_OPERATE_FAIL;
     }
-    if (written == 0 || !is_filter_on()) {
-        unlink(path);
-        return 0;
-    }
-    if (const int32_t ret = hand_over(); ret != 0) {
-        SECURITY_LOG("igdCmDnsFilterConfigSet fail, ret = %d\r\n\r\n", ret);
-        return IGD_CM_OPERATE_FAIL;
-    }
-    return 0;
+    return hand_over(__func__);
 }
