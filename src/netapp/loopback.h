@@ -46,7 +46,8 @@ int32_t register_loopback_tables();
 /// Changes the selected settings, hands all of them to the platform (timing once, then a start per
 /// port) and stores them, whatever the platform said. An enable flag above 1 is
 /// IGD_CM_GLOBAL_INPUT_PARA_ERROR and changes nothing; otherwise the result is that of the last
-/// port's start. A row that cannot be read is IGD_CM_OPERATE_FAIL and stored empty.
+/// port's start. A row that cannot be read is IGD_CM_OPERATE_FAIL and stored empty. The last
+/// character of a text in `request` becomes its end.
 int32_t igdCmSysmngLoopbackAttrSet(IgdSysmngLoopdetectAttrConfTab* request, uint32_t size);
 
 /// Copies the stored settings out.

@@ -79,6 +79,14 @@ int32_t find_requested(const Rule& request, Rule& rule) {
     });
 }
 
+bool read_attributes(const char* operation, Attr& attr) {
+    const int32_t lRet = mib_chain_get(IGD_SECUR_MAC_FILTER_ATTR_TAB, 0, &attr);
+    if (lRet == 0)
+        SECURITY_LOG_AS(operation,
+                        "mib_chain_get IGD_SECUR_MAC_FILTER_ATTR_TAB. lRet(0x%0x)\t\n\r\n", lRet);
+    return lRet != 0;
+}
+
 struct RuleText {
     char text[192];
 };
@@ -99,10 +107,7 @@ int32_t igdCmSecureMacFilterListAdd(Rule* request, uint32_t size) {
     if (!is_record(request, size)) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
     SECURITY_LOG("%s\t\n\r\n", describe(*request).text);
     Attr attr{};
-    if (const int32_t lRet = mib_chain_get(IGD_SECUR_MAC_FILTER_ATTR_TAB, 0, &attr); lRet == 0) {
-        SECURITY_LOG("mib_chain_get IGD_SECUR_MAC_FILTER_ATTR_TAB. lRet(0x%0x)\t\n\r\n", lRet);
-        return IGD_CM_OPERATE_FAIL;
-    }
+    if (!read_attributes(__func__, attr)) return IGD_CM_OPERATE_FAIL;
     if (mib_chain_total(IGD_SECUR_MAC_FILTER_LIST_TAB) == kListCapacity) {
         SECURITY_LOG("fail: IGD_CM_OPERATE_FULL(IGD_SECUR_MAC_FILTER_LIST_TAB)\t\n\r\n");
         return IGD_CM_OPERATE_FULL;
@@ -145,10 +150,7 @@ int32_t igdCmSecureMacFilterListSet(Rule* request, uint32_t size) {
         return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
     }
     Attr attr{};
-    if (const int32_t lRet = mib_chain_get(IGD_SECUR_MAC_FILTER_ATTR_TAB, 0, &attr); lRet == 0) {
-        SECURITY_LOG("mib_chain_get IGD_SECUR_MAC_FILTER_ATTR_TAB. lRet(0x%0x)\t\n\r\n", lRet);
-        return IGD_CM_OPERATE_FAIL;
-    }
+    if (!read_attributes(__func__, attr)) return IGD_CM_OPERATE_FAIL;
     Rule rule;
     const int32_t position =
         find_index(IGD_SECUR_MAC_FILTER_LIST_TAB, rule, &Rule::ulIndex, request->ulIndex);
@@ -183,22 +185,19 @@ int32_t igdCmSecureMacFilterListEntryNumGet(uint32_t* count, uint32_t size) {
 
 int32_t igdCmSecureMacFilterListGetallIndex(uint32_t* indexes, uint32_t size) {
     if (!indexes) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
-    const auto total = static_cast<uint32_t>(mib_chain_total(IGD_SECUR_MAC_FILTER_LIST_TAB));
-    if (total > size / sizeof(*indexes)) return IGD_CM_OPERATE_FAIL;
-    Rule rule;
-    find_row(IGD_SECUR_MAC_FILTER_LIST_TAB, rule, [&](const Rule& row) {
-        *indexes++ = row.ulIndex;
-        return false;
-    });
+    const int32_t total = mib_chain_total(IGD_SECUR_MAC_FILTER_LIST_TAB);
+    if (static_cast<uint32_t>(total) > size / sizeof(*indexes)) return IGD_CM_OPERATE_FAIL;
+    for (int32_t position = 0; position < total; ++position) {
+        Rule rule;
+        if (mib_chain_get(IGD_SECUR_MAC_FILTER_LIST_TAB, position, &rule))
+            *indexes++ = rule.ulIndex;
+    }
     return 0;
 }
 
 int32_t igdCmSecureMacFilterListInit() {
     Attr attr{};
-    if (const int32_t lRet = mib_chain_get(IGD_SECUR_MAC_FILTER_ATTR_TAB, 0, &attr); lRet == 0) {
-        SECURITY_LOG("mib_chain_get IGD_SECUR_MAC_FILTER_ATTR_TAB. lRet(0x%0x)\t\n\r\n", lRet);
-        return IGD_CM_OPERATE_FAIL;
-    }
+    if (!read_attributes(__func__, attr)) return IGD_CM_OPERATE_FAIL;
     if (attr.ucMacFilterEnable == 0) {
         SECURITY_LOG("mib_chain_get IGD_SECUR_MAC_FILTER_ATTR_TAB. ucMacFilterEnable(%u)\t\n\r\n",
                      attr.ucMacFilterEnable);
