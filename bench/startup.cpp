@@ -36,7 +36,7 @@ Startup start_and_end(BusClient& bus, const char* const* argv, const char* objec
     }
     bus.wait_for(object, true);
     const Startup result{.microseconds = watch.microseconds(), .private_kib = private_kib(pid)};
-    kill(pid, SIGTERM);
+    kill(pid, SIGKILL);
     waitpid(pid, nullptr, 0);
     bus.wait_for(object, false);
     return result;

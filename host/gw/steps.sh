@@ -45,8 +45,10 @@ step_arm() {
 # The binaries that a device runs: golden cases, then faults.
 step_box() {
     with_lock make_native release
-    "$BOX" "$ROOT/tests/box/run" "$@"
-    [ "$#" -gt 0 ] || "$BOX" "$ROOT/tests/box/faults"
+    local status=0
+    "$BOX" "$ROOT/tests/box/run" "$@" || status=1
+    [ "$#" -gt 0 ] || "$BOX" "$ROOT/tests/box/faults" || status=1
+    return "$status"
 }
 
 # The golden cases once more on binaries that end at the first misstep.
