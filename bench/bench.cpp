@@ -13,7 +13,8 @@
 
 namespace {
 
-/// Last of the daemon's objects to appear on the bus.
+/// The daemon's objects, and the last of them to appear on the bus.
+constexpr int kObjects = 6;
 constexpr char kLastObject[] = "app_uplink";
 const BusCall kEmptyMethod{"bench", "empty", "{}"};
 
@@ -66,7 +67,7 @@ void measure(const Figure& figure, BusClient& bus) {
 }
 
 /// Start-up with whatever is stored. The floor: a process on the same libraries that only offers an
-/// object, and the round trips of the replay.
+/// object, a round trip on the bus for each further one, and the round trips of the replay.
 void measure_startup(BusClient& bus, int platform_calls) {
     constexpr int kStarts = 21;
     const char* const daemon[] = {"appcfgd", nullptr};
@@ -78,6 +79,8 @@ void measure_startup(BusClient& bus, int platform_calls) {
         times.push_back(startup.microseconds);
         private_kib = startup.private_kib;
         double floor = start_and_end(bus, nothing, nothing[2]).microseconds;
+        for (int object = 1; object < kObjects; ++object)
+            floor += bus.time(kEmptyMethod);
         for (int call = 0; call < platform_calls; ++call)
             floor += platform_round_trip();
         floors.push_back(floor);

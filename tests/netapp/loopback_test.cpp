@@ -119,6 +119,15 @@ TEST_F(LoopbackTest, SelectedSettingsAreStoredWhateverThePlatformSays) {
     }
 }
 
+TEST_F(LoopbackTest, PackageKeepsAVlanTextOf31Characters) {
+    Settings request{};
+    std::strcpy(request.aucVlanTag, "100,200,300,400,500,600,700,8001");
+    EXPECT_EQ(set(request, 8), 0);
+    EXPECT_EQ(recording_platform::take()[1].word(8 + 7 * 4), 8001u);
+    EXPECT_NE(read_package("app_netapp").find("'100,200,300,400,500,600,700,800'"),
+              std::string::npos);
+}
+
 TEST_F(LoopbackTest, UnreadableRowIsStoredEmpty) {
     static Settings written;
     std::memset(&written, 0x55, sizeof(written));

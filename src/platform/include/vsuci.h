@@ -35,7 +35,7 @@ int32_t vsuci_get_string(char* buffer, uint32_t width, const char* package, cons
 int32_t vsuci_set_int32(int32_t value, const char* package, const char* section,
                         const char* option);
 
-/// Stores the text in `buffer`, which ends at its first NUL or after `width` characters. The empty
+/// Stores the text in `buffer`, cut to `width` - 1 characters like a text that is read. The empty
 /// text removes the option. -1 if the section does not exist or the file cannot be replaced.
 int32_t vsuci_set_string(const char* buffer, uint32_t width, const char* package,
                          const char* section, const char* option);

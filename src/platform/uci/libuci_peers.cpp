@@ -12,17 +12,20 @@
 #include <ctime>
 #include <memory>
 
+#include "platform/uci/patience.h"
 #include "platform/uci/unique_fd.h"
 
 namespace {
 
 constexpr int64_t kLongestCommitSeconds = 3;
-constexpr int kWaitAttempts = 2000;
-constexpr int kQuietAttempts = 10;
-constexpr timespec kWaitPause = {0, 1'000'000};
+constexpr int kQuietLooks = 10;
 
 struct CloseDirectory {
     void operator()(DIR* directory) const { closedir(directory); }
+};
+
+struct CloseStream {
+    void operator()(FILE* stream) const { fclose(stream); }
 };
 
 bool is_recent(int directory, const char* name) {
@@ -31,60 +34,42 @@ bool is_recent(int directory, const char* name) {
     return std::llabs(int64_t{time(nullptr)} - int64_t{file.st_ctime}) <= kLongestCommitSeconds;
 }
 
-struct CloseStream {
-    void operator()(FILE* stream) const { fclose(stream); }
-};
-
-/// A file as the kernel's list of locks names it, "major:minor:inode"; empty for none.
-struct ListedFile {
-    char name[64] = {};
-};
-
-struct ListedLock {
-    ListedFile file;
-    int pid = 0;
-    bool waiting = false;
-};
-
-/// Calls `look` for every lock and waiter of the system, each waiter after the lock it waits for,
-/// until it returns true.
-template <class Look>
-bool any_lock(Look look) {
-    const std::unique_ptr<FILE, CloseStream> list(fopen("/proc/locks", "re"));
+/// True if somebody waits for a file that this process has locked, or if /proc does not tell. The
+/// kernel lists every lock before those who wait for it, by the names that /proc has for processes.
+bool is_awaited() {
+    char self[16] = {};
+    const std::unique_ptr<FILE, CloseStream> locks(fopen("/proc/locks", "re"));
+    if (!locks || readlink("/proc/self", self, sizeof(self) - 1) <= 0) return true;
     char line[256];
-    while (list && fgets(line, sizeof(line), list.get())) {
-        ListedLock lock;
-        const char* arrow = strstr(line, "->");
-        lock.waiting = arrow;
-        const char* kind = arrow ? arrow + 2 : line + strcspn(line, " ");
-        if (sscanf(kind, " FLOCK %*s %*s %d %63s", &lock.pid, lock.file.name) == 2 && look(lock))
-            return true;
+    char holder[16];
+    for (*holder = '\0'; fgets(line, sizeof(line), locks.get());) {
+        const bool waits = strstr(line, "->");
+        if (waits && strcmp(holder, self) == 0) return true;
+        if (!waits && sscanf(line, "%*s FLOCK %*s %*s %15s", holder) != 1) *holder = '\0';
     }
     return false;
 }
 
-/// A file that this process has locked and another one waits for.
-ListedFile awaited_file() {
-    ListedFile ours;
-    const bool found = any_lock([&ours](const ListedLock& lock) {
-        if (!lock.waiting) ours = lock.pid == getpid() ? lock.file : ListedFile();
-        return lock.waiting && *ours.name;
+// The first byte goes in last: should the disk fill up on the way, what is there does not parse and
+// the waiting program gives up instead of publishing half a package.
+void rewrite(int fd, std::string_view text) {
+    const auto rest = text.substr(1);
+    const bool written =
+        pwrite(fd, "!", 1, 0) == 1 &&
+        pwrite(fd, rest.data(), rest.size(), 1) == static_cast<ssize_t>(rest.size()) &&
+        ftruncate(fd, static_cast<off_t>(text.size())) == 0;
+    if (written) static_cast<void>(!pwrite(fd, text.data(), 1, 0));
+}
+
+/// Waits until nobody has been seen with the lock for a while: a waiter that has just been woken
+/// does not have it before it runs.
+void await_peers(int fd) {
+    int quiet = 0;
+    try_patiently([fd, &quiet] {
+        quiet = flock(fd, LOCK_SH | LOCK_NB) == 0 ? quiet + 1 : 0;
+        flock(fd, LOCK_UN);
+        return quiet == kQuietLooks;
     });
-    return found ? ours : ListedFile();
-}
-
-bool is_locked(const ListedFile& file) {
-    return any_lock(
-        [&file](const ListedLock& lock) { return strcmp(lock.file.name, file.name) == 0; });
-}
-
-/// Waits until nobody has been seen with the lock for a while: a waiter that has just been woken is
-/// on no list until it runs.
-void await_peers(const ListedFile& file) {
-    for (int attempt = 0, quiet = 0; attempt < kWaitAttempts && quiet < kQuietAttempts; ++attempt) {
-        nanosleep(&kWaitPause, nullptr);
-        quiet = is_locked(file) ? 0 : quiet + 1;
-    }
 }
 
 }  // namespace
@@ -107,26 +92,11 @@ bool peer_is_replacing(const char* directory, const char* package) {
     return false;
 }
 
-// The first byte goes in last: should the disk fill up on the way, what is there does not parse and
-// the waiting program gives up instead of publishing half a package.
-void update_waiting_peers(int old_fd, std::string_view text) {
-    struct stat old;
-    if (text.empty() || fstat(old_fd, &old) != 0 || old.st_nlink != 0) return;
-    const auto rest = text.substr(1);
-    const bool written =
-        pwrite(old_fd, "!", 1, 0) == 1 &&
-        pwrite(old_fd, rest.data(), rest.size(), 1) == static_cast<ssize_t>(rest.size()) &&
-        ftruncate(old_fd, static_cast<off_t>(text.size())) == 0;
-    if (written) static_cast<void>(!pwrite(old_fd, text.data(), 1, 0));
-}
-
-// A child that another thread is just starting may hold a copy of the descriptor, so closing it
-// alone would not unlock.
-void unlock_for_peers(int fd) {
+void unlock_replaced(int fd, std::string_view text) {
     struct stat file;
-    const bool replaced = fstat(fd, &file) == 0 && file.st_nlink == 0;
-    const ListedFile awaited = replaced ? awaited_file() : ListedFile();
+    const bool awaited = fstat(fd, &file) == 0 && file.st_nlink == 0 && is_awaited();
+    if (awaited) rewrite(fd, text);
     flock(fd, LOCK_UN);
+    if (awaited) await_peers(fd);
     close(fd);
-    if (*awaited.name) await_peers(awaited);
 }

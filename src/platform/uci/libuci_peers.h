@@ -10,11 +10,9 @@
 /// there. One that is older than any commit takes was left by a crash and does not count.
 bool peer_is_replacing(const char* directory, const char* package);
 
-/// Puts `text` into the locked file `old_fd` that has just been replaced. A program that waits for
-/// its lock will take its content for the present one and build on it; without this it would undo
-/// the change. Does nothing if the old file still has a name.
-void update_waiting_peers(int old_fd, std::string_view text);
-
-/// Unlocks and closes `fd`. Programs that were waiting for it are given up to 2 seconds to finish:
-/// the file they hold is not the one that later changes lock.
-void unlock_for_peers(int fd);
+/// Unlocks and closes `fd`, the locked file that has just been replaced by one of the content
+/// `text`, never empty. A program that waits for its lock will take the old file for the present
+/// one, build on it and undo the change; it is made to find `text` there instead, and is given up
+/// to 2 seconds to finish, because the next change locks another file. An old file that still has a
+/// name is left alone.
+void unlock_replaced(int fd, std::string_view text);

@@ -5,15 +5,11 @@
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <ctime>
 
 #include "platform/uci/libuci_peers.h"
+#include "platform/uci/patience.h"
 
 namespace {
-
-// Often enough to get hold of a package that another process changes without a pause.
-constexpr int kLockAttempts = 2000;
-constexpr timespec kLockPause = {0, 1'000'000};
 
 enum class LockAttempt : uint8_t { Locked, Busy, Failed };
 
@@ -60,10 +56,7 @@ LockAttempt try_lock(const char* path, const char* directory, const char* packag
 PackageLock lock_package(const char* path, const char* directory, const char* package,
                          UciMissing missing) {
     PackageLock lock;
-    LockAttempt result = try_lock(path, directory, package, missing, lock);
-    for (int n = 1; result == LockAttempt::Busy && n < kLockAttempts; ++n) {
-        nanosleep(&kLockPause, nullptr);
-        result = try_lock(path, directory, package, missing, lock);
-    }
+    try_patiently(
+        [&] { return try_lock(path, directory, package, missing, lock) != LockAttempt::Busy; });
     return lock;
 }

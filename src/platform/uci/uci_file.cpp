@@ -1,12 +1,14 @@
 #include "uci_file.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <ctime>
 #include <string>
+#include <utility>
 
 #include "platform/uci/libuci_peers.h"
 #include "platform/uci/package_lock.h"
@@ -123,10 +125,13 @@ bool UciFile::load_for_change(UciMissing missing) {
 }
 
 bool UciFile::commit() {
-    if (lock_fd_ >= 0 && package_ && sections_read_back(*package_) &&
-        replace(format_package(*package_, static_cast<size_t>(state_.size) + 4096))) {
-        unlock();
-        return true;
+    if (lock_fd_ >= 0 && package_ && sections_read_back(*package_)) {
+        const auto text = format_package(*package_, static_cast<size_t>(state_.size) + 4096);
+        if (replace(text)) {
+            unlock_replaced(std::exchange(lock_fd_, -1), text);
+            created_ = false;
+            return true;
+        }
     }
     discard();
     return false;
@@ -146,7 +151,6 @@ bool UciFile::replace(std::string_view text) {
     }
     const UciFileState written = UciFileState::of(file);
     if (!put_in_place(place) || fstat(fresh.get(), &file) != 0) return false;
-    update_waiting_peers(lock_fd_, text);
     close(loaded_fd_);
     loaded_fd_ = fresh.release();
     state_ = written;
@@ -177,8 +181,12 @@ void UciFile::forget() {
     loaded_fd_ = -1;
 }
 
+// A child that another thread is just starting may hold a copy of the descriptor, so closing it
+// alone would not unlock.
 void UciFile::unlock() {
     created_ = false;
-    if (lock_fd_ >= 0) unlock_for_peers(lock_fd_);
+    if (lock_fd_ < 0) return;
+    flock(lock_fd_, LOCK_UN);
+    close(lock_fd_);
     lock_fd_ = -1;
 }

@@ -13,6 +13,7 @@ namespace {
 constexpr size_t kLoadedPackages = 8;
 constexpr size_t kLongestPath = 127;
 constexpr size_t kLongestName = 127;
+constexpr uint32_t kNoPosition = UINT32_MAX;
 
 struct Package {
     Package(const char* name, UciStore in) : file(context.get(), name, in), store(in) {}
@@ -22,9 +23,10 @@ struct Package {
     UciStore store;
     uint64_t last_used = 0;
 
-    // The section found last: a row is read and written option by option.
+    // The section found last: a row is read and written option by option, and rows mostly in order.
     uci_section* found = nullptr;
     uint32_t found_in = 0;
+    uint32_t found_position = kNoPosition;
     char found_path[kLongestPath + 1];
 };
 
@@ -100,11 +102,18 @@ bool split_path(const char* path, std::string_view& type, uint32_t& position) {
     return digit > bracket + 1 && strcmp(digit, "]") == 0;
 }
 
-uci_section* section_at(const uci_package& model, std::string_view type, uint32_t position) {
-    uci_element* element;
-    uci_foreach_element(&model.sections, element) {
-        uci_section* section = uci_to_section(element);
-        if (type == section->type && position-- == 0) return section;
+/// Goes on from the section found last if that is one of the type and stands before.
+uci_section* section_at(Package& package, std::string_view type, uint32_t position) {
+    uci_list& sections = package.file.package()->sections;
+    uci_list* place = sections.next;
+    uint32_t next = 0;
+    if (package.found && package.found_position <= position && type == package.found->type) {
+        place = &package.found->e.list;
+        next = package.found_position;
+    }
+    for (; place != &sections; place = place->next) {
+        uci_section* section = uci_to_section(list_to_element(place));
+        if (type == section->type && next++ == position) return section;
     }
     return nullptr;
 }
@@ -121,13 +130,14 @@ uci_section* find_section(Package& package, const char* path) {
     const uci_package* model = package.file.package();
     if (!model || !path || strnlen(path, kLongestPath + 1) > kLongestPath) return nullptr;
     const uint32_t generation = package.file.generation();
-    if (package.found && package.found_in == generation && strcmp(path, package.found_path) == 0)
-        return package.found;
+    if (package.found_in != generation) package.found = nullptr;
+    if (package.found && strcmp(path, package.found_path) == 0) return package.found;
     std::string_view type;
-    uint32_t position;
-    package.found = split_path(path, type, position) ? section_at(*model, type, position)
-                                                     : section_named(*model, path);
+    uint32_t position = 0;
+    const bool by_position = split_path(path, type, position);
+    package.found = by_position ? section_at(package, type, position) : section_named(*model, path);
     package.found_in = generation;
+    package.found_position = by_position ? position : kNoPosition;
     strcpy(package.found_path, path);
     return package.found;
 }
@@ -150,7 +160,9 @@ const char* find_text(Package* package, const char* section, const char* option)
 
 int32_t copy_text(const char* text, char* buffer, uint32_t size) {
     if (!buffer || size == 0) return -1;
-    snprintf(buffer, size, "%s", text ? text : "");
+    const size_t length = text ? strnlen(text, size - 1) : 0;
+    memcpy(buffer, text ? text : "", length);
+    buffer[length] = '\0';
     return text ? 0 : -1;
 }
 
@@ -297,9 +309,10 @@ int32_t vsuci_set_int32(int32_t value, const char* package, const char* section,
 
 int32_t vsuci_set_string(const char* buffer, uint32_t width, const char* package,
                          const char* section, const char* option) {
-    if (!buffer) return vsuci_set(package, section, option, nullptr);
-    return store_text(package, section, option,
-                      std::string(buffer, strnlen(buffer, width)).c_str());
+    if (!buffer || width == 0) return vsuci_set(package, section, option, nullptr);
+    const size_t length = strnlen(buffer, width - 1);
+    if (buffer[length] == '\0') return vsuci_set(package, section, option, buffer);
+    return vsuci_set(package, section, option, std::string(buffer, length).c_str());
 }
 
 int32_t vsuci_add(const char* package, const char* type, char* name, uint32_t size) {

@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <sys/file.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <thread>
 
@@ -154,23 +156,55 @@ TEST_F(UciFileTest, ACommitThatHasUnlockedButNotRenamedIsAwaited) {
     EXPECT_TRUE(change("network", "r", "ours", "2"));
 }
 
-// A program that waits in libuci's commit reads the file it has waited for, whatever its name says
-// by then.
-TEST_F(UciFileTest, WhoWaitsForTheOldFileFindsTheNewContentInIt) {
-    write("network", "config row 'r'\n\toption a 'a long text that will go away'\n");
-    const int waiting = open(path("network").c_str(), O_RDONLY | O_CLOEXEC);
-    link(path("network").c_str(), path("backup").c_str());
-    ASSERT_TRUE(change("network", "r", "a", "1"));
-    EXPECT_NE(read("backup"), read("network"));
-    close(waiting);
-    std::filesystem::remove(path("backup"));
-
-    const int again = open(path("network").c_str(), O_RDONLY | O_CLOEXEC);
-    ASSERT_TRUE(change("network", "r", "a", "2"));
+std::string text_of(int fd) {
     char text[256] = {};
-    EXPECT_GT(::read(again, text, sizeof(text) - 1), 0);
-    EXPECT_EQ(text, read("network"));
-    close(again);
+    return {text, text + std::max<ssize_t>(pread(fd, text, sizeof(text), 0), 0)};
+}
+
+bool somebody_waits_for_our_lock() {
+    std::ifstream locks("/proc/locks");
+    std::string holder = " " + std::to_string(getpid()) + " ";
+    for (std::string line; std::getline(locks, line);)
+        if (line.find("->") != line.npos && line.find(holder) != line.npos) return true;
+    return false;
+}
+
+// A program that waits in libuci's commit builds on the file it has waited for, whatever its name
+// says by then, and replaces whatever has been committed until it is done.
+TEST_F(UciFileTest, WhoWaitsForTheOldFileFindsTheNewContentInItAndIsAwaited) {
+    for (const bool has_another_name : {false, true}) {
+        write("network", "config row 'r'\n\toption a 'a long text that will go away'\n");
+        const int waiting = open(path("network").c_str(), O_RDONLY | O_CLOEXEC);
+        const std::string old_text = read("network");
+        if (has_another_name) link(path("network").c_str(), path("backup").c_str());
+        UciFile file(context.get(), "network");
+        ASSERT_TRUE(file.load_for_change() && set(file, "r", "a", "1"));
+        std::string found;
+        std::atomic<bool> done = false;
+        std::thread peer([&] {
+            flock(waiting, LOCK_EX);
+            found = text_of(waiting);
+            usleep(50'000);
+            done = true;
+            flock(waiting, LOCK_UN);
+        });
+        while (!somebody_waits_for_our_lock())
+            usleep(1000);
+        ASSERT_TRUE(file.commit());
+        EXPECT_TRUE(done || has_another_name);
+        peer.join();
+        close(waiting);
+        EXPECT_EQ(found, has_another_name ? old_text : read("network"));
+    }
+    EXPECT_EQ(read("backup"), "config row 'r'\n\toption a 'a long text that will go away'\n");
+}
+
+TEST_F(UciFileTest, WhoReadsTheOldFileWithoutALockKeepsItsContent) {
+    write("network", "config row 'r'\n\toption a 'old'\n");
+    const int reading = open(path("network").c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_TRUE(change("network", "r", "a", "new"));
+    EXPECT_EQ(text_of(reading), "config row 'r'\n\toption a 'old'\n");
+    close(reading);
 }
 
 TEST_F(UciFileTest, ThreadsChangePackagesAtTheSameTime) {

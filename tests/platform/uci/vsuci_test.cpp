@@ -39,7 +39,7 @@ TEST_F(Vsuci, WritesWhatTheGatewaysOwnToolWouldWrite) {
     write("app_t", "# note\nconfig row 'first'\n\tlist l 'x'\n\tlist l 'y'\n\toption s 'old'\n");
     ASSERT_TRUE(add_row("app_t", 7));
     ASSERT_EQ(vsuci_set("app_t", "first", "s", "it's"), 0);
-    EXPECT_EQ(vsuci_set_string("12345", 3, "app_t", "@ROW[0]", "a"), 0);
+    EXPECT_EQ(vsuci_set_string("12345", 4, "app_t", "@ROW[0]", "a"), 0);
     EXPECT_EQ(vsuci_set_string("", 10, "app_t", "@ROW[0]", "b"), 0);
     EXPECT_EQ(read("app_t"),
               "\nconfig row 'first'\n\tlist l 'x'\n\tlist l 'y'\n\toption s 'it'\\''s'\n"
