@@ -7,7 +7,6 @@
 
 #include <cerrno>
 #include <csignal>
-#include <random>
 
 #include "scratch.h"
 #include "uci_file.h"
@@ -104,15 +103,6 @@ TEST_F(Durability, AnErrorInAnyStepFailsTheChangeAndLeavesTheFile) {
     EXPECT_EQ(steps, 7);
 }
 
-TEST_F(Durability, AFailedFirstChangeLeavesNoFile) {
-    for (int step = 1; step < 5; ++step) {
-        arm(Fault::Error, step);
-        EXPECT_FALSE(add_row("app_t", 1));
-        EXPECT_TRUE(disarm());
-        EXPECT_TRUE(entries().empty()) << step;
-    }
-}
-
 TEST_F(Durability, AKillAtAnyStepLeavesTheOldFileOrTheNewOne) {
     ASSERT_TRUE(add_row("app_t", 0));
     int killed = 0;
@@ -136,34 +126,6 @@ TEST_F(Durability, AKillAtAnyStepLeavesTheOldFileOrTheNewOne) {
     EXPECT_EQ(killed, 7);
 }
 
-TEST_F(Durability, WhatWasAcknowledgedSurvivesAKillAtAnyMoment) {
-    auto* acknowledged = static_cast<volatile int*>(
-        mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
-    ASSERT_TRUE(add_row("app_t", 0));
-    std::minstd_rand random(1);
-    for (int round = 0; round < 50; ++round) {
-        const pid_t child = start([&] {
-            reopen();
-            for (int n = *acknowledged + 1;; ++n) {
-                vsuci_hold("app_t");
-                for (const char* option : {"a", "b", "c"})
-                    vsuci_set_int32(n, "app_t", "@ROW[0]", option);
-                if (vsuci_release("app_t") != 0) return false;
-                *acknowledged = n;
-            }
-        });
-        usleep(static_cast<useconds_t>(1000 + random() % 10'000));
-        kill(child, SIGKILL);
-        ASSERT_TRUE(WIFSIGNALED(wait(child)));
-        ASSERT_EQ(whole_rows(), 1);
-        const int stored = vsuci_get_int32("app_t", "@ROW[0]", "a");
-        EXPECT_TRUE(stored == *acknowledged || stored == *acknowledged + 1);
-        EXPECT_TRUE(only_known_entries());
-        *acknowledged = stored;
-    }
-    EXPECT_GT(*acknowledged, 0);
-}
-
 TEST_F(Durability, AFullDiskLosesNothingThatWasStored) {
     const int status = wait(start([&] {
         if (unshare(CLONE_NEWNS) != 0 || mount("", "/", "", MS_REC | MS_PRIVATE, nullptr) != 0 ||
@@ -182,20 +144,6 @@ TEST_F(Durability, AFullDiskLosesNothingThatWasStored) {
     }));
     if (WIFEXITED(status) && WEXITSTATUS(status) == 77) GTEST_SKIP() << "needs root";
     EXPECT_EQ(status, 0);
-}
-
-TEST_F(Durability, TwoProcessesLoseNoneOfTheirRows) {
-    const auto add_fifty = [&] {
-        reopen();
-        for (int n = 0; n < 50; ++n)
-            if (!add_row("app_t", n)) return false;
-        return true;
-    };
-    const pid_t first = start(add_fifty);
-    const pid_t second = start(add_fifty);
-    EXPECT_EQ(wait(first), 0);
-    EXPECT_EQ(wait(second), 0);
-    EXPECT_EQ(whole_rows(), 100);
 }
 
 TEST_F(Durability, NeitherWeNorTheCommandLineToolLoseARow) {

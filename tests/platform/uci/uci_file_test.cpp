@@ -46,22 +46,6 @@ TEST_F(UciFileTest, ModeOwnerAndLinksOfTheFileStay) {
     EXPECT_EQ(entries(), std::set<std::string>{"network"});
 }
 
-TEST_F(UciFileTest, AMissingPackageIsMadeOnlyOnRequestAndOnlyByACommit) {
-    UciFile file(context.get(), "network");
-    EXPECT_FALSE(file.load());
-    EXPECT_FALSE(file.load_for_change());
-    ASSERT_TRUE(file.load_for_change(UciMissing::Create));
-    file.discard();
-    EXPECT_TRUE(entries().empty());
-    ASSERT_TRUE(file.load_for_change(UciMissing::Create));
-    EXPECT_FALSE(file.load_for_change());
-    EXPECT_TRUE(set(file, "new", nullptr, "row"));
-    ASSERT_TRUE(file.commit());
-    EXPECT_FALSE(file.commit());
-    EXPECT_EQ(read("network"), "\nconfig row 'new'\n\n");
-    EXPECT_EQ(status("network").st_mode & 07777, 0600u);
-}
-
 TEST_F(UciFileTest, WritesByteForByteWhatLibuciExports) {
     write(
         "network",
@@ -76,27 +60,6 @@ TEST_F(UciFileTest, WritesByteForByteWhatLibuciExports) {
     fclose(stream);
     EXPECT_EQ(format_package(*file.package(), 0), std::string(text, size));
     free(text);
-}
-
-TEST_F(UciFileTest, NamesThatWouldNotReadBackAreRefused) {
-    write("network", "config 'a#b' one\nconfig row two\n");
-    const auto text = read("network");
-    EXPECT_FALSE(change("network", "two", "a", "1"));
-    EXPECT_EQ(read("network"), text);
-    for (const char* name : {"one", "a b", "a'", ""}) {
-        write("network", "config row one\nconfig row two\n");
-        UciFile file(context.get(), "network");
-        ASSERT_TRUE(file.load_for_change());
-        uci_ptr pointer = {};
-        pointer.p = file.package();
-        pointer.package = "network";
-        pointer.section = "two";
-        pointer.value = name;
-        ASSERT_EQ(uci_rename(context.get(), &pointer), UCI_OK);
-        EXPECT_FALSE(file.commit()) << name;
-        EXPECT_EQ(file.package(), nullptr);
-        EXPECT_EQ(read("network"), "config row one\nconfig row two\n");
-    }
 }
 
 TEST_F(UciFileTest, PendingEditsOfOthersAreNeitherSeenNorPublished) {
@@ -139,23 +102,6 @@ TEST_F(UciFileTest, AProgramThatLocksNothingIsNotOverwritten) {
 }
 
 // libuci unlocks the file and then renames its new one into place.
-TEST_F(UciFileTest, ACommitThatHasUnlockedButNotRenamedIsAwaited) {
-    write("network", "config row 'r'\n");
-    write(".network.uci-aBcDeF", "config row 'r'\n\toption theirs '1'\n");
-    std::thread committer([&] {
-        usleep(100'000);
-        std::filesystem::rename(path(".network.uci-aBcDeF"), path("network"));
-    });
-    EXPECT_TRUE(change("network", "r", "ours", "1"));
-    committer.join();
-    EXPECT_EQ(read("network"), "\nconfig row 'r'\n\toption theirs '1'\n\toption ours '1'\n\n");
-
-    write(".network.uci-crashed", "");
-    EXPECT_FALSE(change("network", "r", "ours", "2"));
-    sleep(3);
-    EXPECT_TRUE(change("network", "r", "ours", "2"));
-}
-
 std::string text_of(int fd) {
     char text[256] = {};
     return {text, text + std::max<ssize_t>(pread(fd, text, sizeof(text), 0), 0)};
@@ -197,14 +143,6 @@ TEST_F(UciFileTest, WhoWaitsForTheOldFileFindsTheNewContentInItAndIsAwaited) {
         EXPECT_EQ(found, has_another_name ? old_text : read("network"));
     }
     EXPECT_EQ(read("backup"), "config row 'r'\n\toption a 'a long text that will go away'\n");
-}
-
-TEST_F(UciFileTest, WhoReadsTheOldFileWithoutALockKeepsItsContent) {
-    write("network", "config row 'r'\n\toption a 'old'\n");
-    const int reading = open(path("network").c_str(), O_RDONLY | O_CLOEXEC);
-    ASSERT_TRUE(change("network", "r", "a", "new"));
-    EXPECT_EQ(text_of(reading), "config row 'r'\n\toption a 'old'\n");
-    close(reading);
 }
 
 TEST_F(UciFileTest, ThreadsChangePackagesAtTheSameTime) {

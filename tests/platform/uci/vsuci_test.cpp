@@ -41,6 +41,8 @@ TEST_F(Vsuci, WritesWhatTheGatewaysOwnToolWouldWrite) {
     ASSERT_EQ(vsuci_set("app_t", "first", "s", "it's"), 0);
     EXPECT_EQ(vsuci_set_string("12345", 4, "app_t", "@ROW[0]", "a"), 0);
     EXPECT_EQ(vsuci_set_string("", 10, "app_t", "@ROW[0]", "b"), 0);
+    for (const uint32_t width : {0u, 1025u})
+        EXPECT_EQ(vsuci_set_string("1", width, "app_t", "@ROW[0]", "a"), -1) << width;
     EXPECT_EQ(read("app_t"),
               "\nconfig row 'first'\n\tlist l 'x'\n\tlist l 'y'\n\toption s 'it'\\''s'\n"
               "\nconfig ROW\n\toption c '7'\n\toption a '123'\n\n");
@@ -117,20 +119,6 @@ TEST_F(Vsuci, SeesTheEditsOfOthersOnTheNextCall) {
 
 // libuci makes names up from a running number: were the package parsed again after a change of our
 // own, the later rows would get others.
-TEST_F(Vsuci, NamesOfAddedSectionsStayGood) {
-    write("app_t", "config ROW\nconfig other\n");
-    std::string names[20];
-    for (int n = 0; n < 20; ++n) {
-        char name[128];
-        ASSERT_EQ(vsuci_add("app_t", "ROW", name, sizeof(name)), 0);
-        names[n] = name;
-        ASSERT_EQ(vsuci_del("app_t", "@ROW[0]"), 0);
-        EXPECT_EQ(vsuci_set("app_t", "@ROW[0]", "bad name", "x"), -1);
-        EXPECT_EQ(vsuci_set_int32(n, "app_t", name, "a"), 0);
-    }
-    EXPECT_EQ(std::set<std::string>(names, names + 20).size(), 20u);
-}
-
 TEST_F(Vsuci, MadeUpNamesAvoidThoseInUse) {
     char name[128];
     ASSERT_EQ(vsuci_add("app_t", "ROW", name, sizeof(name)), 0);
@@ -208,18 +196,6 @@ TEST_F(Vsuci, AHoldThatWasOvertakenFailsInsteadOfChangingAnotherRow) {
     EXPECT_EQ(vsuci_set("app_t", "@ROW[0]", "a", "2"), -1);
     EXPECT_EQ(vsuci_release("app_t"), -1);
     EXPECT_EQ(read("app_t"), "config ROW\n\toption a 'other'\n");
-}
-
-TEST_F(Vsuci, OnlyTheOldestPackagesAreDroppedAndNeverTheHeldOne) {
-    vsuci_hold("app_0");
-    char held[128];
-    char name[128];
-    ASSERT_EQ(vsuci_add("app_0", "ROW", held, sizeof(held)), 0);
-    for (int n = 1; n < 30; ++n)
-        EXPECT_EQ(vsuci_add(("app_" + std::to_string(n)).c_str(), "ROW", name, sizeof(name)), 0);
-    EXPECT_EQ(vsuci_set("app_0", held, "a", "kept"), 0);
-    EXPECT_EQ(vsuci_release("app_0"), 0);
-    EXPECT_EQ(read("app_0"), "\nconfig ROW\n\toption a 'kept'\n\n");
 }
 
 TEST_F(Vsuci, WhatDoesNotParseIsLeftAsItIs) {
