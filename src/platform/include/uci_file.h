@@ -81,6 +81,7 @@ class UciFile {
     /// Replaces the file by the model and unlocks it; mode and owner stay. True only when the
     /// change would survive a power cut; the model then stays loaded. Otherwise the file is left as
     /// it was (unless the very last step, syncing the directory, failed) and the model is gone.
+    /// A `uci commit` that has been waiting for the lock gets up to 2 seconds to end first.
     /// Texts survive byte for byte; names that libuci would write but not read back (a section
     /// renamed to "a b", two sections of one name, a type with a quote) are refused.
     [[nodiscard]] bool commit();

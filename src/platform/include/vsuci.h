@@ -36,7 +36,8 @@ int32_t vsuci_set_int32(int32_t value, const char* package, const char* section,
                         const char* option);
 
 /// Stores the text in `buffer`, cut to `width` - 1 characters like a text that is read. The empty
-/// text removes the option. -1 if the section does not exist or the file cannot be replaced.
+/// text removes the option. -1 if the section does not exist, the file cannot be replaced, or
+/// `width` is 0 or above 1024.
 int32_t vsuci_set_string(const char* buffer, uint32_t width, const char* package,
                          const char* section, const char* option);
 

@@ -50,7 +50,7 @@ Connection& slot_for(const sockaddr_un& service) {
 // bytes that no call asked for.
 bool is_quiet(int socket) {
     pollfd state = {.fd = socket, .events = POLLIN | POLLRDHUP, .revents = 0};
-    return poll(&state, 1, 0) == 0;
+    return poll(&state, 1, 0) != 1;
 }
 
 int connect_to(const sockaddr_un& service) {

@@ -2,7 +2,7 @@
 
 #include <cstdio>
 #include <cstring>
-#include <string>
+#include <string_view>
 
 #include "platform/uci/uci_names.h"
 #include "platform/uci/uci_testing.h"
@@ -13,6 +13,7 @@ namespace {
 constexpr size_t kLoadedPackages = 8;
 constexpr size_t kLongestPath = 127;
 constexpr size_t kLongestName = 127;
+constexpr size_t kWidestText = 1024;
 constexpr uint32_t kNoPosition = UINT32_MAX;
 
 struct Package {
@@ -309,10 +310,9 @@ int32_t vsuci_set_int32(int32_t value, const char* package, const char* section,
 
 int32_t vsuci_set_string(const char* buffer, uint32_t width, const char* package,
                          const char* section, const char* option) {
-    if (!buffer || width == 0) return vsuci_set(package, section, option, nullptr);
-    const size_t length = strnlen(buffer, width - 1);
-    if (buffer[length] == '\0') return vsuci_set(package, section, option, buffer);
-    return vsuci_set(package, section, option, std::string(buffer, length).c_str());
+    char text[kWidestText];
+    const bool taken = buffer && width <= sizeof(text) && copy_text(buffer, text, width) == 0;
+    return store_text(package, section, option, taken ? text : nullptr);
 }
 
 int32_t vsuci_add(const char* package, const char* type, char* name, uint32_t size) {

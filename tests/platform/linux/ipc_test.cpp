@@ -129,45 +129,6 @@ TEST_F(EntriesTest, ConnectionThatHungUpBetweenCallsIsMadeAnew) {
     EXPECT_EQ("xxx", diary());
 }
 
-TEST_F(EntriesTest, LivingServiceIsNotPushedAside) {
-    auto second = Child::run([] {
-        uloop_init();
-        for (const auto& entry : kEntries)
-            zu_owal_ipc_register(&entry);
-        _exit(zu_owal_ipc_serve() == -1 ? 5 : 6);
-    });
-    EXPECT_EQ(5, WEXITSTATUS(second.end()));
-    EXPECT_EQ(41, zu_ipc_call("is_null_call", nullptr, 0));
-}
-
-TEST_F(EntriesTest, OnlyTheOwnerCanCall) {
-    using std::filesystem::perms;
-    const auto mode = [](const auto& path) { return std::filesystem::status(path).permissions(); };
-    EXPECT_EQ(perms::owner_all, mode(ipc("")));
-    EXPECT_EQ(perms::owner_read | perms::owner_write, mode(ipc(".appcfgd")));
-    EXPECT_EQ(".appcfgd", std::filesystem::read_symlink(ipc("note_call")).string());
-}
-
-TEST_F(EntriesTest, DirectoryOpenToOthersIsNotServedIn) {
-    service_.end(SIGTERM);
-    std::filesystem::permissions(ipc(""), std::filesystem::perms::all);
-    auto service = Child::run([] {
-        zu_owal_ipc_register(&kEntries[0]);
-        uloop_init();
-        _exit(zu_owal_ipc_serve() == -1 ? 5 : 6);
-    });
-    EXPECT_EQ(5, WEXITSTATUS(service.end()));
-}
-
-TEST_F(EntriesTest, CallerThatLeavesAfterItsLastQueuedCallIsHeard) {
-    for (int i = 0; i < 20; ++i) {
-        const RawSocket caller(RawSocket::connected(".appcfgd"));
-        ASSERT_TRUE(caller.send_message(request_message("note_call", true, "a")));
-        ASSERT_TRUE(caller.send_message(request_message("note_call", true, "b")));
-    }
-    ASSERT_TRUE(eventually([this] { return diary().size() == 40; }));
-}
-
 TEST_F(EntriesTest, HostileCallersHarmNobody) {
     RequestFuzzer fuzzer;
     const auto model = request_message("increment_call", false, "record");
@@ -200,43 +161,6 @@ TEST_F(EntriesTest, MalformedRequestsAreHungUpOnAndUnknownNamesRefused) {
     EXPECT_EQ(reply_message(-1, "abc"), caller.receive());
     caller.send_message(good);
     EXPECT_EQ(reply_message(41, ""), caller.receive());
-}
-
-TEST_F(EntriesTest, CallersThatDoNotReadOrAreTooManyDoNotStopOthers) {
-    const RawSocket deaf(RawSocket::connected(".appcfgd"));
-    const auto request = request_message("increment_call", false, Message(30000, 'x'));
-    for (int i = 0; i < 200; ++i)
-        deaf.send_message(request, MSG_DONTWAIT);
-    EXPECT_EQ(41, zu_ipc_call("is_null_call", nullptr, 0));
-    {
-        std::vector<std::unique_ptr<RawSocket>> crowd;
-        for (int i = 0; i < 200; ++i)
-            crowd.push_back(std::make_unique<RawSocket>(RawSocket::connected(".appcfgd")));
-        EXPECT_EQ(41, zu_ipc_call("is_null_call", nullptr, 0));
-    }
-    const RawSocket late(RawSocket::connected(".appcfgd"));
-    ASSERT_TRUE(late.send_message(request_message("is_null_call", false, "")));
-    EXPECT_EQ(reply_message(41, ""), late.receive());
-}
-
-TEST(Registration, RefusesWhatCannotBeServed) {
-    const auto status =
-        Child::run([] {
-            static std::vector<std::string> names;
-            static std::vector<zu_owal_ipc_entry> entries;
-            for (int i = 0; i < 65; ++i)
-                names.push_back("entry" + std::to_string(i));
-            for (const auto& name : names)
-                entries.push_back({name.c_str(), note});
-            const zu_owal_ipc_entry wrong[] = {{"a/b", note}, {nullptr, note}, {"x", nullptr}};
-            for (const auto& entry : wrong)
-                if (zu_owal_ipc_register(&entry) != -1) _exit(1);
-            for (int i = 0; i < 64; ++i)
-                if (zu_owal_ipc_register(&entries[i]) != 0) _exit(2);
-            if (zu_owal_ipc_register(&entries[64]) != -1) _exit(3);
-            if (zu_owal_ipc_register(&entries[0]) != -1) _exit(4);
-        }).end();
-    EXPECT_EQ(0, WEXITSTATUS(status));
 }
 
 // ---- Services that misbehave ----
@@ -366,18 +290,6 @@ TEST_F(HostileServiceTest, QueuedCallsToAServiceThatDoesNotReadFailInTimeAndLose
     EXPECT_EQ(accepted, zu_ipc_call("two_call", nullptr, 0));
     close(gate[0]);
     close(gate[1]);
-}
-
-TEST_F(HostileServiceTest, LinksThatLeadNowhereFail) {
-    listen_as(".hostile", {});
-    write_file(ipc(".file"), "");
-    const std::string far(200, 'x');
-    for (const char* target : {".nothing", ".file", ".", "/", far.c_str()}) {
-        ASSERT_TRUE(ipc_link("one_call", target));
-        EXPECT_EQ(-1, zu_ipc_call("one_call", nullptr, 0)) << target;
-    }
-    write_file(ipc("two_call"), "");
-    EXPECT_EQ(-1, zu_ipc_call("two_call", nullptr, 0));
 }
 
 }  // namespace

@@ -70,23 +70,4 @@ TEST(RecordText, ShowsEveryKindOfField) {
         text_of(record));
 }
 
-TEST(RecordText, PaddingIsShownOnlyWhenItIsNotZero) {
-    Everything record{};
-    EXPECT_EQ("names=\"\",\"\" mac=000000 small=0 ports=0,0 large=0", text_of(record));
-    record.reserved[1] = 9;
-    EXPECT_EQ("names=\"\",\"\" mac=000000 small=0 ports=0,0 reserved=00090000 large=0",
-              text_of(record));
-}
-
-TEST(RecordText, ChangesAreTheFieldsThatDiffer) {
-    Everything before{};
-    before.small = 1;
-    auto after = before;
-    after.ports[1] = 3;
-    after.limits[0].port = 2;
-    std::string text = "->";
-    append_changes(text, kEverythingLayout, bytes_of(before), bytes_of(after));
-    EXPECT_EQ("-> limits[0].valid=0 limits[0].port=2 limits[0].rate=0 ports=0,3", text);
-}
-
 }  // namespace

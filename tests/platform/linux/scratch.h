@@ -81,6 +81,8 @@ class Child {
         return status;
     }
 
+    void send_signal(int signal_number) const { kill(pid_, signal_number); }
+
     bool alive() const {
         return pid_ > 0 && kill(pid_, 0) == 0 && waitpid(pid_, nullptr, WNOHANG) == 0;
     }

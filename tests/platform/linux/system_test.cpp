@@ -63,24 +63,6 @@ TEST_F(EbtablesTest, NoTextIsReadByAShell) {
     EXPECT_FALSE(std::filesystem::exists(trap));
 }
 
-TEST_F(EbtablesTest, FailuresAreReported) {
-    const std::string long_rule(1024, 'x');
-    std::string many_words;
-    for (int i = 0; i < 64; ++i)
-        many_words += "x ";
-    EXPECT_EQ(-1, zu_ebtables_rule_op("nat", "-A", "C", long_rule.c_str()));
-    EXPECT_EQ(-1, zu_ebtables_rule_op("nat", "-A", "C", many_words.c_str()));
-    EXPECT_EQ(-1, zu_ebtables_rule_op("nat", "-A", "C", nullptr));
-    EXPECT_EQ(-1, zu_ebtables_newchain("nat", nullptr, "RETURN"));
-    EXPECT_EQ("", log());
-    install("exit 4");
-    EXPECT_EQ(-1, zu_ebtables_flushchain("nat", "C"));
-    install("kill -9 $$");
-    EXPECT_EQ(-1, zu_ebtables_flushchain("nat", "C"));
-    setenv("PATH", "/nonexistent", 1);
-    EXPECT_EQ(-1, zu_ebtables_flushchain("nat", "C"));
-}
-
 class CommandTest : public ScratchTest {
   protected:
     std::string out() const { return (directory() / "out").string(); }
@@ -91,15 +73,6 @@ TEST_F(CommandTest, RunsLinesWithTheShell) {
     EXPECT_EQ("a7c\n", read_file(out()));
     EXPECT_EQ(3, WEXITSTATUS(zu_os_execcmd("exit 3")));
     EXPECT_EQ(-1, zu_os_execcmd(nullptr));
-}
-
-TEST_F(CommandTest, LinesThatAreTooLongAreNotRunAtAll) {
-    const auto line = "echo x >" + out() + " #";
-    const int room = 1023 - static_cast<int>(line.size());
-    EXPECT_EQ(-1, zu_os_vcmd("%s%*s", line.c_str(), room + 1, ""));
-    EXPECT_FALSE(std::filesystem::exists(out()));
-    EXPECT_EQ(0, zu_os_vcmd("%s%*s", line.c_str(), room, ""));
-    EXPECT_TRUE(std::filesystem::exists(out()));
 }
 
 TEST_F(CommandTest, ChildrenInheritNeitherDescriptorsNorSignalSettings) {
@@ -176,17 +149,6 @@ TEST_F(LogGateTest, LevelsTakeEffectOnTheNextLine) {
               read_file(file()).substr(0, 16));
 }
 
-TEST_F(LogGateTest, FullFileTakesNoMoreModules) {
-    for (uint32_t module = 1; module <= 64; ++module)
-        ASSERT_TRUE(set_log_level(module, 5));
-    EXPECT_FALSE(set_log_level(65, 5));
-    EXPECT_FALSE(set_log_level(0, 5));
-    EXPECT_TRUE(set_log_level(64, 6));
-    EXPECT_EQ(6U, level_of(64));
-    EXPECT_EQ(3U, level_of(65));
-    EXPECT_EQ(3U, level_of(0));
-}
-
 TEST_F(LogGateTest, FilesOfAnyKindLeaveAGateThatWorks) {
     const auto put_nothing = [this] { std::filesystem::remove_all(run()); };
     const auto put_directory = [this] { std::filesystem::create_directories(file()); };
@@ -209,26 +171,6 @@ TEST_F(LogGateTest, FilesOfAnyKindLeaveAGateThatWorks) {
         EXPECT_EQ(3U, level_of(kSecurity));
         EXPECT_FALSE(set_log_level(kSecurity, 7));
     }
-}
-
-TEST_F(LogGateTest, ShortFileIsMadeWhole) {
-    write_file(file(), std::string("\x00\xd0\x10\x04\x06", 5));
-    chmod(file().c_str(), 0600);
-    EXPECT_EQ(6U, level_of(kSecurity));
-    EXPECT_EQ(3U, level_of(kQos));
-}
-
-TEST(OsText, NumbersSaturateAndNullIsEmpty) {
-    char* end;
-    EXPECT_EQ(INT32_MAX, zu_os_strtol("99999999999x", &end, 10));
-    EXPECT_STREQ("x", end);
-    EXPECT_EQ(INT32_MIN, zu_os_strtol("-99999999999", nullptr, 10));
-    EXPECT_EQ(-18, zu_os_strtol(" -0x12", nullptr, 0));
-    EXPECT_EQ(0, zu_os_strtol(nullptr, &end, 10));
-    EXPECT_STREQ("", end);
-    EXPECT_EQ(0U, zu_os_strlen(nullptr));
-    EXPECT_EQ(0, zu_os_strcmp(nullptr, ""));
-    EXPECT_GT(zu_os_strcmp("a", nullptr), 0);
 }
 
 TEST(OsText, MacsAreParsedWholeOrNotAtAll) {
@@ -267,28 +209,6 @@ TEST(BoundedFunctions, CopyWholeTextsOrNone) {
                         "\0\0\0\0"
                         "5678",
                         8));
-}
-
-TEST(BoundedFunctions, FormatWholeTextsOrSayThatTheyDidNot) {
-    char text[8];
-    EXPECT_EQ(7, sprintf_s(text, sizeof(text), "%s%d", "abc", 1234));
-    EXPECT_EQ(-1, sprintf_s(text, sizeof(text), "%s%d", "abc", 12345));
-    EXPECT_STREQ("", text);
-    EXPECT_EQ(-1, snprintf_s(text, sizeof(text), 3, "%d", 12345));
-    EXPECT_STREQ("123", text);
-    EXPECT_EQ(3, snprintf_s(text, sizeof(text), 3, "%d", 123));
-    EXPECT_EQ(-1, snprintf_s(text, sizeof(text), 20, "%s", "12345678"));
-    EXPECT_STREQ("", text);
-    unsigned a = 0, b = 0;
-    EXPECT_EQ(2, sscanf_s("12;0x1f", "%u;%x", &a, &b));
-    EXPECT_EQ(12U, a);
-    EXPECT_EQ(31U, b);
-    EXPECT_EQ(-1, sscanf_s("", "%u", &a));
-    char words[] = "a,,b";
-    char* rest;
-    EXPECT_STREQ("a", strtok_s(words, ",", &rest));
-    EXPECT_STREQ("b", strtok_s(nullptr, ",", &rest));
-    EXPECT_EQ(nullptr, strtok_s(nullptr, ",", &rest));
 }
 
 }  // namespace

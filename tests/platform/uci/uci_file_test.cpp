@@ -102,6 +102,18 @@ TEST_F(UciFileTest, AProgramThatLocksNothingIsNotOverwritten) {
 }
 
 // libuci unlocks the file and then renames its new one into place.
+TEST_F(UciFileTest, ACommitThatHasUnlockedButNotRenamedIsAwaited) {
+    write("network", "config row 'r'\n");
+    write(".network.uci-aBcDeF", "config row 'r'\n\toption theirs '1'\n");
+    std::thread committer([&] {
+        usleep(100'000);
+        std::filesystem::rename(path(".network.uci-aBcDeF"), path("network"));
+    });
+    EXPECT_TRUE(change("network", "r", "ours", "1"));
+    committer.join();
+    EXPECT_EQ(read("network"), "\nconfig row 'r'\n\toption theirs '1'\n\toption ours '1'\n\n");
+}
+
 std::string text_of(int fd) {
     char text[256] = {};
     return {text, text + std::max<ssize_t>(pread(fd, text, sizeof(text), 0), 0)};

@@ -1,6 +1,5 @@
 #include "platform/linux/platformd/history.h"
 
-#include <algorithm>
 #include <deque>
 
 #include "platform/linux/record_text.h"
@@ -53,7 +52,8 @@ void forget_calls() {
 }
 
 uint64_t append_history(std::string& out, uint64_t from, size_t limit) {
-    for (from = std::max(from, g_first_number); from < next_call_number(); ++from) {
+    if (from < g_first_number || from > next_call_number()) from = g_first_number;
+    for (; from < next_call_number(); ++from) {
         auto line = line_of(g_calls[from - g_first_number]);
         if (line.size() >= limit) line.resize(limit - 1);
         if (out.size() + line.size() >= limit) break;

@@ -24,8 +24,9 @@ void remember_call(PastCall call);
 void forget_calls();
 
 /// Appends calls, one line each, beginning with number `from` (or the oldest one that is still
-/// remembered) and ending before `out` exceeds `limit` characters; a line that is
-/// longer by itself is cut. Returns the number of the call to go on with.
+/// remembered, if that one is forgotten or another platformd's) and ending before `out` exceeds
+/// `limit` characters; a line that is longer by itself is cut. Returns the number of the call to go
+/// on with.
 uint64_t append_history(std::string& out, uint64_t from, size_t limit);
 
 /// Number that the next call will have.
