@@ -11,7 +11,7 @@ namespace recording_commands {
 
 using Lines = std::vector<std::string>;
 
-/// Forgets everything; the bus, where there is one, knows the object `rc`.
+/// Forgets everything. The bus, where there is one, knows the object `rc`.
 void reset();
 
 /// The lines since the last `reset` or `take`, and forgets them.
@@ -20,9 +20,6 @@ Lines take();
 /// Runs the event loop until `line` has been noted `count` times since the last `reset` or `take`,
 /// at most five seconds. False if it was not.
 [[nodiscard]] bool wait_for(const std::string& line, int count = 1);
-
-/// From now on there is no `rc` on the bus.
-void without_rc();
 
 /// Calls `hook` with every line, on the thread that wants it run, after it has been noted.
 void on_line(std::function<void(const std::string&)> hook);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "platform/uci/uci_testing.h"
@@ -35,9 +36,7 @@ struct UplinkTest : ModuleTest {
                     "{\"slaves\":[" + slaves + R"(],"bonding_policy":"802.3ad")" + more + "}");
     }
     /// Sets the bond and waits until it is applied; the lines until then are forgotten.
-    static void have_bond(const std::string& slaves = R"("eth2","eth3")");
-    /// Waits until the removal of a bond is applied.
-    [[nodiscard]] static bool removal_is_applied();
+    static void have_bond();
 
     /// Where the packages are, for other files of a test, too.
     static std::string folder() { return uci_directories.config; }
@@ -45,4 +44,7 @@ struct UplinkTest : ModuleTest {
     Names values(const std::string& package, const std::string& option) const;
 
     ubus_context bus{};
+
+  private:
+    std::ptrdiff_t threads_;
 };
