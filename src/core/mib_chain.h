@@ -64,3 +64,16 @@ Index next_index(uint32_t table, Index Row::*key) {
     });
     return static_cast<Index>(largest + 1);
 }
+
+/// Writes the index of every readable row, in table order, into `indexes`, which has room for
+/// `size` bytes. False, with nothing written, if the list has more rows than that.
+template <class Row, class Index>
+[[nodiscard]] bool list_indexes(uint32_t table, Index Row::*key, Index* indexes, uint32_t size) {
+    const int32_t total = mib_chain_total(table);
+    if (static_cast<uint32_t>(total) > size / sizeof(*indexes)) return false;
+    for (int32_t position = 0; position < total; ++position) {
+        Row row;
+        if (mib_chain_get(table, position, &row)) *indexes++ = row.*key;
+    }
+    return true;
+}

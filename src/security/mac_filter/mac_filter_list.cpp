@@ -185,14 +185,8 @@ int32_t igdCmSecureMacFilterListEntryNumGet(uint32_t* count, uint32_t size) {
 
 int32_t igdCmSecureMacFilterListGetallIndex(uint32_t* indexes, uint32_t size) {
     if (!indexes) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
-    const int32_t total = mib_chain_total(IGD_SECUR_MAC_FILTER_LIST_TAB);
-    if (static_cast<uint32_t>(total) > size / sizeof(*indexes)) return IGD_CM_OPERATE_FAIL;
-    for (int32_t position = 0; position < total; ++position) {
-        Rule rule;
-        if (mib_chain_get(IGD_SECUR_MAC_FILTER_LIST_TAB, position, &rule))
-            *indexes++ = rule.ulIndex;
-    }
-    return 0;
+    const bool listed = list_indexes(IGD_SECUR_MAC_FILTER_LIST_TAB, &Rule::ulIndex, indexes, size);
+    return listed ? 0 : IGD_CM_OPERATE_FAIL;
 }
 
 int32_t igdCmSecureMacFilterListInit() {

@@ -90,15 +90,9 @@ int32_t igdCmSecureUrlFilterListEntryNumGet(uint32_t* count, uint32_t size) {
 
 int32_t igdCmSecureUrlFilterListGetallIndex(uint32_t* indexes, uint32_t size) {
     if (!indexes) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
-    const int32_t total = mib_chain_total(IGD_SECUR_URL_FILTER_LIST_TAB);
-    if (static_cast<uint32_t>(total) > size / sizeof(*indexes)) {
+    if (!list_indexes(IGD_SECUR_URL_FILTER_LIST_TAB, &Rule::ulIndex, indexes, size)) {
         SECURITY_LOG("Fail: IGD_CM_OPERATE_Fail.\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
-    }
-    for (int32_t position = 0; position < total; ++position) {
-        Rule rule;
-        if (mib_chain_get(IGD_SECUR_URL_FILTER_LIST_TAB, position, &rule))
-            *indexes++ = rule.ulIndex;
     }
     return 0;
 }
