@@ -5,9 +5,10 @@
 #include "core/log.h"
 #include "core/result.h"
 #include "netapp/loopback.h"
-#include "netapp/loopback_platform.h"
-#include "zu_ipc.h"
+#include "records/loopback.h"
 #include "zu_os.h"
+
+using namespace platform;
 
 namespace {
 
@@ -64,7 +65,7 @@ void set_time(const char* operation, const Settings& settings) {
     LOOPBACK_LOG_AS(operation,
                     "=============================== zu_loopback_detection_time info end "
                     "===============================\t\n\r\n");
-    const int32_t lRet = zu_ipc_call(kLoopbackTimeSetCall, &time, sizeof(time));
+    const int32_t lRet = call(kLoopbackTimeSet, time);
     if (lRet != 0)
         LOOPBACK_LOG_AS(operation,
                         "call zu_loopback_detection_time_set() with lRet [%08x].\t\n\r\n", lRet);
@@ -83,7 +84,7 @@ int32_t start_port(const char* operation, st_loopback_detection_attr attr) {
     LOOPBACK_LOG_AS(operation,
                     "=============================== zu_loopback_detection_attr info end "
                     "===============================\t\n\r\n");
-    const int32_t lRet = zu_ipc_call(kLoopbackStartCall, &attr, sizeof(attr));
+    const int32_t lRet = call(kLoopbackStart, attr);
     if (lRet != 0)
         LOOPBACK_LOG_AS(operation, "call zu_loopback_detection_start() with lRet [%08x].\t\n\r\n",
                         lRet);
@@ -148,8 +149,7 @@ int32_t igdCmSysmngLoopbackStateGet(IgdSysmngLoopbackStateInfoTab* state, uint32
         return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
     }
     st_loopback_detection_result detection_result{.port = port, .status = 0};
-    const int32_t lRet =
-        zu_ipc_call(kLoopbackResultGetCall, &detection_result, sizeof(detection_result));
+    const int32_t lRet = call(kLoopbackResultGet, detection_result);
     if (lRet != 0)
         LOOPBACK_LOG("Call zu_loopback_detection_result_get() with lRet [%08x].\t\n\r\n", lRet);
     LOOPBACK_LOG("detection_result.status [%d].\t\n\r\n", detection_result.status);

@@ -5,15 +5,16 @@
 #include "core/bounded.h"
 #include "core/log.h"
 #include "core/result.h"
+#include "records/dns_filter.h"
 #include "security/dns_filter/dns_filter.h"
-#include "security/dns_filter/dns_filter_platform.h"
 #include "security/dns_filter/dns_filter_testing.h"
 #include "security/dns_filter/host_list_file.h"
-#include "zu_ipc.h"
 #include "zu_os.h"
 
 constinit DnsFilterFiles dns_filter_files{.host_list = "/tmp/cgi_dnsfilter",
-                                          .rule_host_list = kDnsFilterRuleHostList};
+                                          .rule_host_list = platform::kDnsFilterRuleHostList};
+
+using namespace platform;
 
 namespace {
 
@@ -66,10 +67,6 @@ st_item item_of(const Rule& rule) {
     return item;
 }
 
-int32_t call_short(const char* name, st_item& item) {
-    return zu_ipc_call(name, &item, kDnsFilterShortItemLayout.size);
-}
-
 int32_t find_rule(uint8_t index, Rule& rule) {
     return find_index(IGD_DNS_FILTER_CONFIG_TAB, rule, &Rule::ucIndex, index);
 }
@@ -118,7 +115,7 @@ int32_t igdCmDnsFilterConfigAdd(Rule* request, uint32_t size) {
         return kDnsRuleNotFound;
     }
     st_item item = item_with_index(request->ucIndex);
-    if (call_short(kDnsFilterAddCall, item) != 0) {
+    if (call(kDnsFilterAdd, item) != 0) {
         SECURITY_LOG("call zu_sal_sec_dns_filter_add is fail.\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
@@ -142,7 +139,7 @@ int32_t igdCmDnsFilterConfigDel(Rule* request, uint32_t size) {
         return kDnsRuleNotFound;
     }
     st_item item = item_with_index(request->ucIndex);
-    if (call_short(kDnsFilterDelCall, item) != 0) {
+    if (call(kDnsFilterDel, item) != 0) {
         SECURITY_LOG("call zu_sal_sec_dns_filter_del is fail.\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
@@ -183,7 +180,7 @@ int32_t igdCmDnsFilterConfigSet(Rule* request, uint32_t size) {
     }
     st_item item = item_of(rule);
     item.Bitmap = set_mask(request->ulBitmap);
-    if (item.Bitmap != 0 && zu_ipc_call(kDnsFilterSetCall, &item, sizeof(item)) != 0) {
+    if (item.Bitmap != 0 && call(kDnsFilterSet, item) != 0) {
         SECURITY_LOG("call zu_sal_sec_dns_filter_set is fail.\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
@@ -201,7 +198,7 @@ int32_t igdCmDnsFilterConfigGet(Rule* request, uint32_t size) {
     }
     copy_record(*request, rule);
     st_item item = item_with_index(rule.ucIndex);
-    if (zu_ipc_call(kDnsFilterGetCall, &item, sizeof(item)) != 0) {
+    if (call(kDnsFilterGet, item) != 0) {
         SECURITY_LOG("call zu_sal_sec_dns_filter_get is fail.\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
@@ -215,11 +212,11 @@ int32_t igdCmDnsFilterConfigInit() {
         Rule rule;
         if (!mib_chain_get(IGD_DNS_FILTER_CONFIG_TAB, position, &rule)) continue;
         st_item item = item_of(rule);
-        if (call_short(kDnsFilterAddCall, item) != 0)
+        if (call(kDnsFilterAdd, item) != 0)
             SECURITY_LOG("############ zu_sal_sec_dns_filter_add Failed ############\n\r\n");
         mask |= set_mask(rule.ulBitmap);
         item.Bitmap = mask;
-        if (mask != 0 && zu_ipc_call(kDnsFilterSetCall, &item, sizeof(item)) != 0)
+        if (mask != 0 && call(kDnsFilterSet, item) != 0)
             SECURITY_LOG("call zu_sal_sec_dns_filter_set is fail.\t\n\r\n");
     }
     return 0;

@@ -1,9 +1,10 @@
 #include "core/bounded.h"
 #include "core/log.h"
 #include "core/result.h"
+#include "records/ip_filter.h"
 #include "security/ip_filter/ip_filter.h"
-#include "security/ip_filter/ip_filter_platform.h"
-#include "zu_ipc.h"
+
+using namespace platform;
 
 namespace {
 
@@ -29,7 +30,7 @@ uint32_t selected_directions(uint32_t bitmap) {
 
 int32_t flush_chains(uint32_t directions) {
     st_flush_chain chains{.ui_dir_bitmap = directions};
-    return zu_ipc_call(kIpFilterFlushChainCall, &chains, sizeof(chains));
+    return call(kIpFilterFlushChain, chains);
 }
 
 /// True when `direction` is a white list on which no rule stands.
@@ -84,7 +85,7 @@ int32_t igdCmSecureIPFilterAttrSet(IgdSecurIpFilterAttrTab* request, uint32_t si
     }
     merge_selected(ip_filter_attr_table, &attr, request);
     st_filter_mode mode = filter_mode(attr, selected_directions(request->ulBitmap));
-    if (zu_ipc_call(kIpFilterSetCall, &mode, sizeof(mode)) != 0) {
+    if (call(kIpFilterSet, mode) != 0) {
         SECURITY_LOG("call zu_sal_ipfilter_set is fail.\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
@@ -104,7 +105,7 @@ int32_t igdCmSecureIPFilterAllInit() {
     static_cast<void>(mib_chain_get(IGD_SECUR_IP_FILTER_ATTR_TAB, 0, &attr));
     if (attr.ucUpFilterEnable == 0) return 0;
     st_filter_mode mode = filter_mode(attr, kBothMask);
-    if (zu_ipc_call(kIpFilterRestartSetCall, &mode, sizeof(mode)) != 0) {
+    if (call(kIpFilterRestartSet, mode) != 0) {
         SECURITY_LOG("call zu_sal_ipfilter_restart_set is fail.\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }

@@ -3,9 +3,10 @@
 #include "core/bounded.h"
 #include "core/log.h"
 #include "core/result.h"
+#include "records/ip_filter.h"
 #include "security/ip_filter/ip_filter.h"
-#include "security/ip_filter/ip_filter_platform.h"
-#include "zu_ipc.h"
+
+using namespace platform;
 
 namespace {
 
@@ -41,9 +42,9 @@ st_filter_list __IpFliter2SalIpFliterFormat(const Rule& rule) {
     return item;
 }
 
-int32_t call_platform(const char* name, const Rule& rule) {
+int32_t call_platform(const Call<st_filter_list>& callee, const Rule& rule) {
     st_filter_list item = __IpFliter2SalIpFliterFormat(rule);
-    return zu_ipc_call(name, &item, sizeof(item));
+    return call(callee, item);
 }
 
 int32_t find_rule(uint8_t index, Rule& rule) {
@@ -61,7 +62,7 @@ int32_t igdCmSecureIPFilterListAdd(Rule* request, uint32_t size) {
     }
     Rule rule = *request;
     rule.ucIndex = next_index(IGD_SECUR_IP_FILTER_LIST_TAB, &Rule::ucIndex);
-    if (const int32_t lRet = call_platform(kIpFilterRuleAddCall, rule); lRet != 0) {
+    if (const int32_t lRet = call_platform(kIpFilterRuleAdd, rule); lRet != 0) {
         SECURITY_LOG("Warnning call zu_sal_ipfilter_rule_add failed with lRet [%08x].\t\n\r\n",
                      static_cast<uint32_t>(lRet));
         return IGD_CM_OPERATE_FAIL;
@@ -86,7 +87,7 @@ int32_t igdCmSecureIPFilterListDel(Rule* request, uint32_t size) {
         SECURITY_LOG("can't find this ip filter list !\r\n\r\n");
         return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
     }
-    if (const int32_t lRet = call_platform(kIpFilterRuleDelCall, rule); lRet != 0) {
+    if (const int32_t lRet = call_platform(kIpFilterRuleDel, rule); lRet != 0) {
         SECURITY_LOG("call zu_sal_ipfilter_rule_del failed with lRet [%08x].\t\n\r\n",
                      static_cast<uint32_t>(lRet));
         return IGD_CM_OPERATE_FAIL;
@@ -116,7 +117,7 @@ int32_t igdCmSecureIPFilterListSet(Rule* request, uint32_t size) {
     }
     Rule merged = old;
     merge_selected(ip_filter_list_table, &merged, request);
-    if (const int32_t lRet = call_platform(kIpFilterRuleAddCall, merged); lRet != 0) {
+    if (const int32_t lRet = call_platform(kIpFilterRuleAdd, merged); lRet != 0) {
         SECURITY_LOG("Warnning call zu_sal_ipfilter_rule_add failed with lRet [%08x].\t\n\r\n",
                      static_cast<uint32_t>(lRet));
         return IGD_CM_OPERATE_FAIL;
@@ -126,7 +127,7 @@ int32_t igdCmSecureIPFilterListSet(Rule* request, uint32_t size) {
         SECURITY_LOG("mib_chain_update IGD_SECUR_IP_FILTER_LIST_TAB failed !\r\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
-    static_cast<void>(call_platform(kIpFilterRuleDelCall, old));
+    static_cast<void>(call_platform(kIpFilterRuleDel, old));
     return 0;
 }
 
@@ -140,7 +141,7 @@ int32_t igdCmSecureIPFilterListInit() {
             SECURITY_LOG("IP Filte list Get Fail %d !\r\n\r\n", position);
             continue;
         }
-        static_cast<void>(call_platform(kIpFilterRuleAddCall, rule));
+        static_cast<void>(call_platform(kIpFilterRuleAdd, rule));
     }
     SECURITY_LOG("############ Security IP Filter List Table Init End ############\n\r\n");
     return 0;

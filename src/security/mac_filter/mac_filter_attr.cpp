@@ -1,9 +1,10 @@
 #include "core/bounded.h"
 #include "core/log.h"
 #include "core/result.h"
+#include "records/mac_filter.h"
 #include "security/mac_filter/mac_filter.h"
-#include "security/mac_filter/mac_filter_platform.h"
-#include "zu_ipc.h"
+
+using namespace platform;
 
 namespace {
 
@@ -25,7 +26,7 @@ int32_t set_macfilter_glb_mode(const Attr& attr) {
     }
     st_macfilter_mode record{.mac_filter = static_cast<uint32_t>(mode)};
     SECURITY_LOG("mac_filter(%u).\t\n\r\n", record.mac_filter);
-    if (zu_ipc_call(kMacFilterModeSetCall, &record, sizeof(record)) == 0) return 0;
+    if (call(kMacFilterModeSet, record) == 0) return 0;
     SECURITY_LOG("call zu_lanhost_macfilter_mode_set is fail.\t\n\r\n");
     return IGD_CM_OPERATE_FAIL;
 }

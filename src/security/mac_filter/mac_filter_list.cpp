@@ -1,9 +1,10 @@
 #include "core/bounded.h"
 #include "core/log.h"
 #include "core/result.h"
+#include "records/mac_filter.h"
 #include "security/mac_filter/mac_filter.h"
-#include "security/mac_filter/mac_filter_platform.h"
-#include "zu_ipc.h"
+
+using namespace platform;
 
 namespace {
 
@@ -18,24 +19,24 @@ constexpr uint32_t kEnableBit = 1u << 5;
 constexpr uint32_t kSettableBits =
     kHostBit | kDestinationBit | kHostPortBit | kDestinationPortBit | kEnableBit;
 
-void call_item(const char* name, const MacAddress& mac, uint32_t kind) {
+void call_item(const Call<st_macfilter_item>& callee, const MacAddress& mac, uint32_t kind) {
     st_macfilter_item item{};
     format_mac(mac, item.mac);
     item.mac_kind = kind;
-    static_cast<void>(zu_ipc_call(name, &item, sizeof(item)));
+    static_cast<void>(call(callee, item));
 }
 
-void call_items(const char* name, const Rule& rule) {
-    if (rule.destMacAddress != kNoMac) call_item(name, rule.destMacAddress, kMacKindDestination);
-    if (rule.macAddress != kNoMac) call_item(name, rule.macAddress, kMacKindHost);
+void call_items(const Call<st_macfilter_item>& callee, const Rule& rule) {
+    if (rule.destMacAddress != kNoMac) call_item(callee, rule.destMacAddress, kMacKindDestination);
+    if (rule.macAddress != kNoMac) call_item(callee, rule.macAddress, kMacKindHost);
 }
 
 void set_macfilter_item(const Rule& rule) {
-    if (rule.ulEnable != 0) call_items(kMacFilterItemAddCall, rule);
+    if (rule.ulEnable != 0) call_items(kMacFilterItemAdd, rule);
 }
 
 void del_macfilter_item(const Rule& rule) {
-    call_items(kMacFilterItemDelCall, rule);
+    call_items(kMacFilterItemDel, rule);
 }
 
 /// Changes what the request selects of the rule, in the record and in the platform.

@@ -1,8 +1,9 @@
 #include "core/log.h"
 #include "core/result.h"
+#include "records/url_filter.h"
 #include "security/url_filter/url_filter.h"
-#include "security/url_filter/url_filter_platform.h"
-#include "zu_ipc.h"
+
+using namespace platform;
 
 namespace {
 
@@ -29,7 +30,7 @@ int32_t igdCmSecureUrlFilterAttrSet(Attr* request, uint32_t size) {
     SECURITY_LOG("secure_filter.filter_en [%d].\t\n\r\n", secure_filter.filter_en);
     SECURITY_LOG("secure_filter.em_listtype [%s].\t\n\r\n",
                  white ? "ZU_SAL_SEC_WHITELIST" : "ZU_SAL_SEC_BLACKLIST");
-    if (zu_ipc_asyn_call(kUrlFilterSetCall, &secure_filter, sizeof(secure_filter)) != 0) {
+    if (queue(kUrlFilterSet, secure_filter) != 0) {
         SECURITY_LOG("call zu_sal_sec_url_filter_set is fail.\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }

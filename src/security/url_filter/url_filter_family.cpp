@@ -14,7 +14,7 @@ int32_t delete_group_rule(const Rule& rule, int32_t position, const char* operat
         SECURITY_LOG_AS(operation,
                         "zu_sal_sec_url_address_delete [%s] for family group %d.\t\n\r\n",
                         rule.aucFilterUrl, rule.family_group);
-        if (call_platform(kUrlAddressDeleteCall, rule) != 0) {
+        if (call_platform(platform::kUrlAddressDelete, rule) != 0) {
             SECURITY_LOG_AS(operation, "call zu_sal_sec_url_address_delete is fail.\t\n\r\n");
             result = IGD_CM_OPERATE_FAIL;
         }

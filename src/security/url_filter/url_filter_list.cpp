@@ -15,7 +15,7 @@ int32_t delete_old_address(const Rule& old, const char* operation) {
     SECURITY_LOG_AS(operation, "st_filter_list.proto_mask = %d \t\n\r\n", old.protocol_mask);
     SECURITY_LOG_AS(operation, "st_filter_list.url_name = %s \t\n\r\n", old.aucFilterUrl);
     SECURITY_LOG_AS(operation, "ipc call zu_sal_sec_url_address_delete \t\n\r\n");
-    if (call_platform(kUrlAddressDeleteCall, old) != 0) {
+    if (call_platform(platform::kUrlAddressDelete, old) != 0) {
         SECURITY_LOG_AS(operation, "call zu_sal_sec_url_address_delete is fail.\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
@@ -53,7 +53,7 @@ int32_t igdCmSecureUrlFilterListSet(Rule* request, uint32_t size) {
     default_unselected(*request);
     if (has_url(*request)) {
         SECURITY_LOG("ipc call zu_sal_sec_url_address_set \t\n\r\n");
-        if (call_platform(kUrlAddressSetCall, *request) != 0) {
+        if (call_platform(platform::kUrlAddressSet, *request) != 0) {
             SECURITY_LOG("call zu_sal_sec_url_address_set is fail.\t\n\r\n");
             return IGD_CM_OPERATE_FAIL;
         }

@@ -6,9 +6,8 @@
 #include "core/log.h"
 #include "core/result.h"
 #include "core/table.h"
+#include "records/url_filter.h"
 #include "security/url_filter/url_filter.h"
-#include "security/url_filter/url_filter_platform.h"
-#include "zu_ipc.h"
 
 // What the list and the family list do alike, for their own use only. Rules differ in that some
 // have a host. Where a function logs, it does so in the name of `operation`.
@@ -18,16 +17,17 @@ bool has_url(const Rule& rule) {
     return rule.aucFilterUrl[0] != '\0';
 }
 
-/// Hands the rule's address over to the platform's call `name`.
+/// Hands the rule's address over to the platform's call.
 template <class Rule>
-[[nodiscard]] int32_t call_platform(const char* name, const Rule& rule) {
+[[nodiscard]] int32_t call_platform(const platform::Call<st_url_address>& callee,
+                                    const Rule& rule) {
     st_url_address address;
     zero(address);
     address.filter_en = rule.enable;
     address.proto_mask = rule.protocol_mask;
     copy_text(address.url_name, rule.aucFilterUrl);
     if constexpr (requires { rule.aucMacAddress; }) copy_text(address.host_mac, rule.aucMacAddress);
-    return zu_ipc_asyn_call(name, &address, sizeof(address));
+    return queue(callee, address);
 }
 
 /// Fills in what a request leaves open: a rule is in force unless it says otherwise.
@@ -55,7 +55,7 @@ template <class Rule>
     if (has_url(request)) {
         default_unselected(request);
         SECURITY_LOG_AS(operation, "ipc call zu_sal_sec_url_address_set\t\n\r\n");
-        if (call_platform(kUrlAddressSetCall, request) != 0) {
+        if (call_platform(platform::kUrlAddressSet, request) != 0) {
             SECURITY_LOG_AS(operation, "call zu_sal_sec_url_address_set is fail.\t\n\r\n");
             return IGD_CM_OPERATE_FAIL;
         }
@@ -74,7 +74,7 @@ template <class Rule>
     const int32_t position = find_index(table.id, rule, &Rule::ulIndex, index);
     if (position < 0) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
     SECURITY_LOG_AS(operation, "zu_sal_sec_url_address_delete [%s].\t\n\r\n", rule.aucFilterUrl);
-    if (has_url(rule) && call_platform(kUrlAddressDeleteCall, rule) != 0) {
+    if (has_url(rule) && call_platform(platform::kUrlAddressDelete, rule) != 0) {
         SECURITY_LOG_AS(operation, "call zu_sal_sec_url_address_delete is fail.\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
@@ -91,5 +91,5 @@ template <class Rule>
 [[nodiscard]] bool replay_rule(const Table& table, int32_t position) {
     Rule rule;
     if (!mib_chain_get(table.id, position, &rule) || !has_url(rule)) return true;
-    return call_platform(kUrlAddressSetCall, rule) == 0;
+    return call_platform(platform::kUrlAddressSet, rule) == 0;
 }
