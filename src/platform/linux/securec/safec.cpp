@@ -2,8 +2,8 @@
 // add the size of the destination where the compiler knows it; here it is always the caller's word.
 #include "platform/include/securec.h"
 
-#include <safeclib/safe_mem_lib.h>
-#include <safeclib/safe_str_lib.h>
+#include <safe_mem_lib.h>
+#include <safe_str_lib.h>
 
 // sscanf_s is the library's own.
 
