@@ -81,6 +81,6 @@ int serve_method(const Method& method, const blobmsg_policy* policy, ubus_contex
     else if (reply.empty())
         ubus_reply_ok(context, request);
     else
-        reply.send(context, request);
+        return reply.send(context, request);
     return UBUS_STATUS_OK;
 }
