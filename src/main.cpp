@@ -11,7 +11,7 @@
 
 int main() {
     // Platform services come up, and get their stored configuration back, in this order.
-    static constexpr StartupStep kStartup[] = {
+    static constexpr appcfg::StartupStep kStartup[] = {
         mib_chain_clear,
         zu_sec_wlan_isolation_init,
 
@@ -37,9 +37,9 @@ int main() {
 
         mgmt_port_flow_init,
     };
-    const PublishedObject kObjects[] = {
+    const appcfg::PublishedObject kObjects[] = {
         {dns_filter_bus_object()}, {ip_filter_bus_object()},  {url_filter_bus_object()},
         {loopback_bus_object()},   {mac_filter_bus_object()}, {uplink_bus_object(), true},
     };
-    return run_daemon(kStartup, kObjects);
+    return appcfg::run_daemon(kStartup, kObjects);
 }
