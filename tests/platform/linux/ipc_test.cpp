@@ -167,6 +167,26 @@ TEST_F(EntriesTest, HostileCallersHarmNobody) {
     EXPECT_TRUE(service_.alive());
 }
 
+TEST_F(EntriesTest, CallersThatDoNotReadFloodOrJustStayHoldNobodyUp) {
+    const auto request = request_message("increment_call", false, Message(30000, 'x'));
+    const RawSocket silent(RawSocket::connected(".appcfgd"));
+    const RawSocket deaf(RawSocket::connected(".appcfgd"));
+    const auto floods = [&request] {
+        const RawSocket caller(RawSocket::connected(".appcfgd"));
+        while (caller.send_message(request) && !caller.receive().empty())
+            continue;
+    };
+    auto flood = Child::run(floods);
+    int sent = 0;
+    while (deaf.send_message(request) && sent < 1000)
+        ++sent;
+    EXPECT_LT(sent, 1000) << "who takes no answers is hung up on";
+    EXPECT_EQ(41, zu_ipc_call("is_null_call", nullptr, 0));
+    EXPECT_TRUE(flood.alive());
+    EXPECT_TRUE(silent.send_message(request_message("is_null_call", false, "")));
+    EXPECT_EQ(reply_message(41, ""), silent.receive());
+}
+
 TEST_F(EntriesTest, MalformedRequestsAreHungUpOnAndUnknownNamesRefused) {
     const auto good = request_message("is_null_call", false, "");
     auto magic = good, version = good, flags = good, name_size = good, record_size = good;
