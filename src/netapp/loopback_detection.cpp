@@ -4,10 +4,12 @@
 #include "core/bounded.h"
 #include "core/log.h"
 #include "core/result.h"
+#include "core/rows.h"
 #include "netapp/loopback.h"
 #include "records/loopback.h"
 #include "zu_os.h"
 
+using namespace appcfg;
 using namespace platform;
 
 namespace {
@@ -109,27 +111,27 @@ int32_t igdCmSysmngLoopbackAttrSet(Settings* request, uint32_t size) {
     LOOPBACK_LOG("aucVlanTag [%s].\t\n\r\n", request->aucVlanTag);
     LOOPBACK_LOG("aucLoopEthType [%s].\t\n\r\n", request->aucLoopEthType);
     LOOPBACK_LOG("ucPkgPerSec [%d].\t\n\r\n", request->ucPkgPerSec);
-    if (!selected_in_range(loopback_table, request)) {
+    if (!selected_in_range(loopback_table, *request)) {
         LOOPBACK_LOG("error: IGD_CM_GLOBAL_INPUT_PARA_ERROR.\t\n\r\n");
         return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
     }
     int32_t result = IGD_CM_OPERATE_FAIL;
     Settings settings{};
-    if (mib_chain_get(IGD_SYSMNG_LOOPDETECT_ATTR_TAB, 0, &settings)) {
-        merge_selected(loopback_table, &settings, request);
+    if (read_row(loopback_table, 0, settings)) {
+        merge_selected(loopback_table, settings, *request);
         set_time(__func__, settings);
         result = start_ports(__func__, settings);
     } else {
         LOOPBACK_LOG("mib_chain_get IGD_SYSMNG_LOOPDETECT_ATTR_TAB is fail.\t\n\r\n");
     }
-    mib_chain_update(IGD_SYSMNG_LOOPDETECT_ATTR_TAB, &settings, 0);
+    write_row(loopback_table, 0, settings);
     return result;
 }
 
 int32_t igdCmSysmngLoopbackAttrGet(Settings* settings, uint32_t size) {
     if (!is_record(settings, size)) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
     Settings stored{};
-    if (!mib_chain_get(IGD_SYSMNG_LOOPDETECT_ATTR_TAB, 0, &stored)) {
+    if (!read_row(loopback_table, 0, stored)) {
         LOOPBACK_LOG("mib_chain_get IGD_SYSMNG_LOOPDETECT_ATTR_TAB is fail.\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
@@ -158,7 +160,7 @@ int32_t igdCmSysmngLoopbackAttrInit() {
     LOOPBACK_LOG(
         "############ System Management LBDT Attribute Table Init Start ############\t\n\r\n");
     Settings settings{};
-    static_cast<void>(mib_chain_get(IGD_SYSMNG_LOOPDETECT_ATTR_TAB, 0, &settings));
+    static_cast<void>(read_row(loopback_table, 0, settings));
     const int32_t result = igdCmSysmngLoopbackAttrSet(&settings, sizeof(settings));
     if (result != 0)
         LOOPBACK_LOG(

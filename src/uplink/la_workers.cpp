@@ -13,6 +13,8 @@
 #include "uplink/uplink_commands.h"
 #include "uplink/uplink_testing.h"
 
+using namespace appcfg;
+
 UplinkSurroundings uplink_surroundings;
 
 namespace {

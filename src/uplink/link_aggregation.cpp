@@ -10,6 +10,8 @@
 #include "uplink/uplink_testing.h"
 #include "zu_os.h"
 
+using namespace appcfg;
+
 namespace {
 
 constexpr uint32_t kSlaves = 2;
@@ -258,7 +260,7 @@ Outcome link_aggregation_del_no_commit() {
     return stored ? Outcome{} : failed(kNoNetwork);
 }
 
-Outcome link_aggregation_get(GivenArguments, ReplyBuffer& reply) {
+Outcome link_aggregation_get(ReplyBuffer& reply) {
     const UciContext context = uci_new_context();
     if (!context) {
         reply.add("result", IGD_CM_OPERATE_FAIL);

@@ -5,6 +5,8 @@
 #include "core/method.h"
 #include "uplink/uplink_uci.h"
 
+using namespace appcfg;
+
 // Link aggregation bonds two LAN ports into the device bond-la, which the interface `la` carries
 // and which becomes the lower device of every WAN connection. It exists exactly while the package
 // network holds the interface `la` with the protocol "bonding"; as long as it does, the WAN
@@ -52,7 +54,7 @@ Outcome link_aggregation_del_no_commit();
 
 /// Reports the bond. Front ends know two fields by names of their own: `binding_policy`, a number,
 /// and, when there is no memory, `error` instead of `fail_reason`.
-Outcome link_aggregation_get(GivenArguments given, ReplyBuffer& reply);
+Outcome link_aggregation_get(ReplyBuffer& reply);
 
 enum class BondRemoval : uint8_t {
     NotLoaded,  ///< the package network cannot be loaded or is not to be changed now

@@ -2,6 +2,8 @@
 
 #include "uplink/link_aggregation.h"
 
+using namespace appcfg;
+
 namespace {
 
 constexpr int kPatienceMs = 3000;

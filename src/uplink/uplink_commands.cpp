@@ -5,6 +5,8 @@
 #include "uplink/uplink_uci.h"
 #include "zu_os.h"
 
+using namespace appcfg;
+
 namespace {
 
 constexpr size_t kLongestName = 15;  // what the kernel takes

@@ -9,6 +9,8 @@
 #include "vsuci.h"
 #include "zu_os.h"
 
+using namespace appcfg;
+
 namespace {
 
 constexpr int32_t kPorts = 4;

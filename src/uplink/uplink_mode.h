@@ -2,6 +2,8 @@
 
 #include "core/method.h"
 
+using namespace appcfg;
+
 /// Switches the mode of the uplink. `mode` is "1": LAN port `port` ("1" to "4") is the uplink, or
 /// "2": the WAN detection service chooses, and `port` does not matter. Either may be null. A bond
 /// is removed first, and stays removed if something fails later. Answers with code -3 for arguments

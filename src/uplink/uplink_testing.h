@@ -2,6 +2,8 @@
 
 #include <chrono>
 
+using namespace appcfg;
+
 // For tests only: what uplink management takes for granted about the gateway.
 
 struct UplinkSurroundings {

@@ -2,19 +2,26 @@
 #include <cstring>
 
 #include "core/bounded.h"
-#include "core/reply_buffer.h"
+#include "core/bus_object.h"
 #include "uplink/link_aggregation.h"
 #include "uplink/uplink.h"
 #include "uplink/uplink_mode.h"
 #include "uplink/wan_backup.h"
 
+namespace appcfg {
+
+struct BondArguments {
+    TextList slaves;
+    const char* bonding_policy;
+    const char* tuning[std::size(kLaTuning)];
+};
+
+struct ModeArguments {
+    const char* mode;
+    const char* port;
+};
+
 namespace {
-
-constexpr uint32_t kMostSlaves = 8;
-
-const char* text_of(blob_attr* argument) {
-    return argument ? blobmsg_get_string(argument) : nullptr;
-}
 
 /// False if it does not fit.
 bool append_word(Text& text, const char* word) {
@@ -24,90 +31,72 @@ bool append_word(Text& text, const char* word) {
     return static_cast<size_t>(added) < sizeof(text) - length;
 }
 
-/// Joins the texts of the array; what is no text does not count. Names that do not fit cannot be
-/// those of interfaces: then none counts.
-void take_slaves(blob_attr* array, LaRequest& request) {
-    blob_attr* element;
-    size_t rest;
-    blobmsg_for_each_attr(element, array, rest) {
-        if (blobmsg_type(element) != BLOBMSG_TYPE_STRING || !blobmsg_check_attr(element, false))
-            continue;
-        if (!append_word(request.slaves, blobmsg_get_string(element))) {
-            request.slave_count = 0;
-            return;
-        }
-        if (++request.slave_count == kMostSlaves) return;
-    }
+consteval Argument tuning(size_t i) {
+    return make_argument<const char*>(kLaTuning[i].option,
+                                      offsetof(BondArguments, tuning) + i * sizeof(const char*));
 }
 
-enum SetArgument { kSlaves, kBondingPolicy, kFirstTuning };
-
 constexpr Argument kSetArguments[] = {
-    raw_argument("slaves", BLOBMSG_TYPE_ARRAY),
-    raw_argument("bonding_policy", BLOBMSG_TYPE_STRING),
-    raw_argument(kLaTuning[0].option, BLOBMSG_TYPE_STRING),
-    raw_argument(kLaTuning[1].option, BLOBMSG_TYPE_STRING),
-    raw_argument(kLaTuning[2].option, BLOBMSG_TYPE_STRING),
-    raw_argument(kLaTuning[3].option, BLOBMSG_TYPE_STRING),
-    raw_argument(kLaTuning[4].option, BLOBMSG_TYPE_STRING),
-    raw_argument(kLaTuning[5].option, BLOBMSG_TYPE_STRING),
-    raw_argument(kLaTuning[6].option, BLOBMSG_TYPE_STRING),
+    ARGUMENT(BondArguments, slaves),
+    ARGUMENT(BondArguments, bonding_policy),
+    tuning(0),
+    tuning(1),
+    tuning(2),
+    tuning(3),
+    tuning(4),
+    tuning(5),
+    tuning(6),
 };
-static_assert(std::size(kSetArguments) == kFirstTuning + std::size(kLaTuning));
 
 constexpr Argument kModeArguments[] = {
-    raw_argument("mode", BLOBMSG_TYPE_STRING),
-    raw_argument("port", BLOBMSG_TYPE_STRING),
+    ARGUMENT(ModeArguments, mode),
+    ARGUMENT(ModeArguments, port),
 };
 
 constexpr Argument kBackupArguments[] = {
-    raw_argument("enable", BLOBMSG_TYPE_STRING),
-    raw_argument("fixed_port", BLOBMSG_TYPE_STRING),
-    raw_argument("primary_port", BLOBMSG_TYPE_STRING),
-    raw_argument("backup_port", BLOBMSG_TYPE_STRING),
-    raw_argument("active_port", BLOBMSG_TYPE_STRING),
-};
-
-Outcome set_bond(GivenArguments given, ReplyBuffer&) {
-    LaRequest request{};
-    take_slaves(given[kSlaves], request);
-    cut_text(request.bonding_policy, text_of(given[kBondingPolicy]));
-    for (size_t i = 0; i < std::size(kLaTuning); ++i)
-        request.tuning[i] = text_of(given[kFirstTuning + i]);
-    return link_aggregation_set(request);
-}
-
-Outcome delete_bond(GivenArguments, ReplyBuffer&) {
-    return link_aggregation_del();
-}
-
-Outcome delete_stored_bond(GivenArguments, ReplyBuffer&) {
-    return link_aggregation_del_no_commit();
-}
-
-Outcome set_mode(GivenArguments given, ReplyBuffer&) {
-    return uplink_mode_set(text_of(given[0]), text_of(given[1]));
-}
-
-Outcome set_backup(GivenArguments given, ReplyBuffer&) {
-    return wan_backup_set({.enable = text_of(given[0]),
-                           .fixed_port = text_of(given[1]),
-                           .primary_port = text_of(given[2]),
-                           .backup_port = text_of(given[3]),
-                           .active_port = text_of(given[4])});
-}
-
-constexpr Method kMethods[] = {
-    raw_method("link_aggregation_set", set_bond, kSetArguments, std::size(kLaTuning)),
-    raw_method("link_aggregation_del", delete_bond),
-    raw_method("link_aggregation_del_no_commit", delete_stored_bond),
-    raw_method("link_aggregation_get", link_aggregation_get),
-    raw_method("uplink_mode_set", set_mode, kModeArguments, std::size(kModeArguments)),
-    raw_method("wan_backup_set", set_backup, kBackupArguments, std::size(kBackupArguments)),
+    ARGUMENT(WanBackup, enable),       ARGUMENT(WanBackup, fixed_port),
+    ARGUMENT(WanBackup, primary_port), ARGUMENT(WanBackup, backup_port),
+    ARGUMENT(WanBackup, active_port),
 };
 
 }  // namespace
 
+Outcome set_bond(BondArguments& given) {
+    LaRequest request{};
+    for (uint32_t i = 0; i < given.slaves.count; ++i)
+        if (append_word(request.slaves, given.slaves.texts[i])) ++request.slave_count;
+    cut_text(request.bonding_policy, given.bonding_policy);
+    for (size_t i = 0; i < std::size(kLaTuning); ++i)
+        request.tuning[i] = given.tuning[i];
+    return link_aggregation_set(request);
+}
+
+Outcome set_mode(ModeArguments& given) {
+    return uplink_mode_set(given.mode, given.port);
+}
+
+Outcome set_backup(WanBackup& given) {
+    return wan_backup_set(given);
+}
+
+namespace {
+
+constexpr Method kMethods[] = {
+    method<set_bond>("link_aggregation_set", kSetArguments).with_optional(std::size(kLaTuning)),
+    method<link_aggregation_del>("link_aggregation_del"),
+    method<link_aggregation_del_no_commit>("link_aggregation_del_no_commit"),
+    method<link_aggregation_get>("link_aggregation_get"),
+    method<set_mode>("uplink_mode_set", kModeArguments).with_optional(std::size(kModeArguments)),
+    method<set_backup>("wan_backup_set", kBackupArguments)
+        .with_optional(std::size(kBackupArguments)),
+};
+
+BUS_OBJECT(object, "app_uplink", kMethods);
+
+}  // namespace
+
+}  // namespace appcfg
+
 ubus_object* uplink_bus_object() {
-    return BusObject<kMethods>::named("app_uplink");
+    return &appcfg::object;
 }

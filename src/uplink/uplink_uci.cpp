@@ -4,6 +4,8 @@
 #include <cstring>
 #include <string_view>
 
+using namespace appcfg;
+
 namespace {
 
 constexpr char kPorts[] = "ports";

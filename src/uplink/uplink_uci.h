@@ -4,6 +4,8 @@
 #include "core/result.h"
 #include "uci_file.h"
 
+using namespace appcfg;
+
 // What uplink management reads and changes in UCI packages. Sections are those of a package that a
 // UciFile has loaded; whoever changes one has loaded it for change and commits it.
 //

@@ -13,6 +13,8 @@
 #include "uplink/uplink_uci.h"
 #include "vsuci.h"
 
+using namespace appcfg;
+
 namespace {
 
 constexpr int kCannotExecute = 127;

@@ -2,6 +2,8 @@
 
 #include "core/method.h"
 
+using namespace appcfg;
+
 /// The configuration of the WAN backup, as texts; null where it was not given.
 struct WanBackup {
     const char* enable;        ///< "0" or "1"

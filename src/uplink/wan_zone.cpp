@@ -3,6 +3,8 @@
 
 #include "uplink/link_aggregation.h"
 
+using namespace appcfg;
+
 /// Prints one line at once, so that it can be followed while services reload.
 #define ZONE_LOG(text, ...)                                                              \
     (std::printf("[add_la_to_wan_firewall_zone] " text "\n" __VA_OPT__(, ) __VA_ARGS__), \

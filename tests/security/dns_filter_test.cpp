@@ -12,6 +12,8 @@
 #include "support/module_test.h"
 #include "support/recording_bus.h"
 
+using namespace appcfg;
+
 namespace {
 
 namespace fs = std::filesystem;

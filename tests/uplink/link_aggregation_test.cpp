@@ -4,6 +4,8 @@
 #include "uplink/uplink_commands.h"
 #include "uplink/uplink_test.h"
 
+using namespace appcfg;
+
 namespace {
 
 using recording_commands::Lines;
