@@ -39,7 +39,7 @@ int main() {
     };
     const PublishedObject kObjects[] = {
         {dns_filter_bus_object()}, {ip_filter_bus_object()},  {url_filter_bus_object()},
-        {loopback_bus_object()},   {mac_filter_bus_object()}, {uplink_bus_object(), true},
+        {loopback_bus_object()},   {mac_filter_bus_object()}, {appcfg::uplink_bus_object(), true},
     };
     return run_daemon(kStartup, kObjects);
 }

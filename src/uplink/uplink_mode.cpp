@@ -1,14 +1,19 @@
 #include "uplink/uplink_mode.h"
 
-#include <cstdio>
 #include <cstring>
 
 #include "core/bounded.h"
-#include "uplink/link_aggregation.h"
+#include "uplink/auto_wan.h"
+#include "uplink/la_workers.h"
+#include "uplink/lan_bridge.h"
+#include "uplink/stored_bond.h"
+#include "uplink/uplink_answers.h"
 #include "uplink/uplink_commands.h"
+#include "uplink/uplink_uci.h"
 #include "vsuci.h"
 #include "zu_os.h"
 
+namespace appcfg::uplink {
 namespace {
 
 constexpr int32_t kPorts = 4;
@@ -20,31 +25,30 @@ struct ModeRequest {
     int32_t number;  ///< of the port, 0 if the mode is not fixed
 };
 
-/// Returns what makes no sense, null if all does.
-const char* take_request(const char* mode, const char* port, ModeRequest& request) {
+Outcome take_request(const char* mode, const char* port, ModeRequest& request) {
     request = {};
+    if (!mode) return refused("Parameter mode is NULL. Please try again.");
     cut_text(request.mode, mode);
     if (port) cut_text(request.port, port);
     request.fixed = std::strcmp(request.mode, "1") == 0;
     if (!request.fixed && std::strcmp(request.mode, "2") != 0)
-        return "mode must be '1' (fixed port) or '2' (auto uplink)";
-    if (!request.fixed) return nullptr;
-    if (!*request.port) return "port is required for LAN uplink mode";
+        return refused("mode must be '1' (fixed port) or '2' (auto uplink)");
+    if (!request.fixed) return {};
+    if (!*request.port) return refused("port is required for LAN uplink mode");
     const int32_t number = zu_os_strtol(request.port, nullptr, 10);
-    if (number < 1 || number > kPorts) return "port must be in range 1-4";
+    if (number < 1 || number > kPorts) return refused("port must be in range 1-4");
     request.number = number;
-    return nullptr;
+    return {};
 }
 
-/// Returns what failed, null if nothing.
-const char* store_mode(uci_context* context, const ModeRequest& request, bool bond_removed) {
+Outcome store_mode(uci_context* context, const ModeRequest& request, bool bond_removed) {
     UciFile auto_wan(context, "auto_wan");
-    if (!auto_wan.load_for_change()) return kNoAutoWan;
+    if (!auto_wan.load_for_change()) return failed(kNoAutoWan);
     uci_section* section = find_section(auto_wan.package(), "auto_wan");
-    if (set_option(section, "cfg_mode", request.mode) != UCI_OK) return "Failed to set cfg_mode";
+    if (!set_option(section, "cfg_mode", request.mode)) return failed("Failed to set cfg_mode");
     if (bond_removed && !request.fixed)
-        if (const char* failure = rearm_wan_detection(section)) return failure;
-    return auto_wan.commit() ? nullptr : kNoAutoWan;
+        if (const Outcome armed = rearm_wan_detection(section); armed.reason) return armed;
+    return auto_wan.commit() ? Outcome{} : failed(kNoAutoWan);
 }
 
 /// Where a bond has been, its ports are in the LAN bridge again; the new uplink leaves it.
@@ -53,10 +57,12 @@ bool free_wan_port(uci_context* context, const ModeRequest& request, bool bond_r
     if (!network.load_for_change()) return false;
     uci_section* bridge = bond_removed ? find_lan_bridge(network.package()) : nullptr;
     if (!bridge) return true;
-    remove_list_value(bridge, "ports", kBond);
+    remove_bond_port(bridge);
     if (request.fixed) {
-        char port[16];
-        std::snprintf(port, sizeof(port), "eth%d", request.number - 1);
+        PortName name;
+        name_port(request.number, name);
+        Names port;
+        port.add(name);
         remove_bridge_ports(bridge, port);
     }
     return network.commit();
@@ -76,19 +82,21 @@ void apply_mode(bool bond_removed) {
 }  // namespace
 
 Outcome uplink_mode_set(const char* mode, const char* port) {
-    if (!mode) return refused("Parameter mode is NULL. Please try again.");
     ModeRequest request;
-    if (const char* reason = take_request(mode, port, request)) return refused(reason);
+    if (const Outcome taken = take_request(mode, port, request); taken.reason) return taken;
     const UciContext context = uci_new_context();
     if (!context) return failed(kNoContext);
+    const WanDetectionDecision decision;
     const BondRemoval removal = remove_stored_bond(context.get());
     if (removal == BondRemoval::NotStored) return failed(kNoNetwork);
     const bool bond_removed = removal == BondRemoval::Removed;
-    if (const char* failure = store_mode(context.get(), request, bond_removed))
-        return failed(failure);
+    if (const Outcome stored = store_mode(context.get(), request, bond_removed); stored.reason)
+        return stored;
     if (request.fixed && vsuci_set("auto_wan", "auto_wan", "cfg_linkid", request.port) != 0)
         return failed("Failed to set cfg_linkid");
     if (!free_wan_port(context.get(), request, bond_removed)) return failed(kNoNetwork);
     apply_mode(bond_removed);
     return {};
 }
+
+}  // namespace appcfg::uplink

@@ -1,80 +1,42 @@
-#include <cstdio>
-#include <cstring>
-
-#include "core/bounded.h"
-#include "core/reply_buffer.h"
+#include "uplink/la_report.h"
+#include "uplink/la_request.h"
 #include "uplink/link_aggregation.h"
 #include "uplink/uplink.h"
 #include "uplink/uplink_mode.h"
 #include "uplink/wan_backup.h"
 
+namespace appcfg::uplink {
 namespace {
 
-constexpr uint32_t kMostSlaves = 8;
+consteval Argument text(const char* name) {
+    return raw_argument(name, BLOBMSG_TYPE_STRING);
+}
 
 const char* text_of(blob_attr* argument) {
     return argument ? blobmsg_get_string(argument) : nullptr;
 }
 
-/// False if it does not fit.
-bool append_word(Text& text, const char* word) {
-    const size_t length = std::strlen(text);
-    const int added =
-        std::snprintf(text + length, sizeof(text) - length, "%s%s", length ? " " : "", word);
-    return static_cast<size_t>(added) < sizeof(text) - length;
-}
-
-/// Joins the texts of the array; what is no text does not count. Names that do not fit cannot be
-/// those of interfaces: then none counts.
-void take_slaves(blob_attr* array, LaRequest& request) {
-    blob_attr* element;
-    size_t rest;
-    blobmsg_for_each_attr(element, array, rest) {
-        if (blobmsg_type(element) != BLOBMSG_TYPE_STRING || !blobmsg_check_attr(element, false))
-            continue;
-        if (!append_word(request.slaves, blobmsg_get_string(element))) {
-            request.slave_count = 0;
-            return;
-        }
-        if (++request.slave_count == kMostSlaves) return;
-    }
-}
-
-enum SetArgument { kSlaves, kBondingPolicy, kFirstTuning };
-
 constexpr Argument kSetArguments[] = {
     raw_argument("slaves", BLOBMSG_TYPE_ARRAY),
-    raw_argument("bonding_policy", BLOBMSG_TYPE_STRING),
-    raw_argument(kLaTuning[0].option, BLOBMSG_TYPE_STRING),
-    raw_argument(kLaTuning[1].option, BLOBMSG_TYPE_STRING),
-    raw_argument(kLaTuning[2].option, BLOBMSG_TYPE_STRING),
-    raw_argument(kLaTuning[3].option, BLOBMSG_TYPE_STRING),
-    raw_argument(kLaTuning[4].option, BLOBMSG_TYPE_STRING),
-    raw_argument(kLaTuning[5].option, BLOBMSG_TYPE_STRING),
-    raw_argument(kLaTuning[6].option, BLOBMSG_TYPE_STRING),
+    text("bonding_policy"),
+    text(kLaTuning[0].option),
+    text(kLaTuning[1].option),
+    text(kLaTuning[2].option),
+    text(kLaTuning[3].option),
+    text(kLaTuning[4].option),
+    text(kLaTuning[5].option),
+    text(kLaTuning[6].option),
 };
-static_assert(std::size(kSetArguments) == kFirstTuning + std::size(kLaTuning));
 
-constexpr Argument kModeArguments[] = {
-    raw_argument("mode", BLOBMSG_TYPE_STRING),
-    raw_argument("port", BLOBMSG_TYPE_STRING),
-};
+constexpr Argument kModeArguments[] = {text("mode"), text("port")};
 
 constexpr Argument kBackupArguments[] = {
-    raw_argument("enable", BLOBMSG_TYPE_STRING),
-    raw_argument("fixed_port", BLOBMSG_TYPE_STRING),
-    raw_argument("primary_port", BLOBMSG_TYPE_STRING),
-    raw_argument("backup_port", BLOBMSG_TYPE_STRING),
-    raw_argument("active_port", BLOBMSG_TYPE_STRING),
+    text("enable"),      text("fixed_port"),  text("primary_port"),
+    text("backup_port"), text("active_port"),
 };
 
 Outcome set_bond(GivenArguments given, ReplyBuffer&) {
-    LaRequest request{};
-    take_slaves(given[kSlaves], request);
-    cut_text(request.bonding_policy, text_of(given[kBondingPolicy]));
-    for (size_t i = 0; i < std::size(kLaTuning); ++i)
-        request.tuning[i] = text_of(given[kFirstTuning + i]);
-    return link_aggregation_set(request);
+    return link_aggregation_set(read_la_request(given));
 }
 
 Outcome delete_bond(GivenArguments, ReplyBuffer&) {
@@ -97,7 +59,11 @@ Outcome set_backup(GivenArguments given, ReplyBuffer&) {
                            .active_port = text_of(given[4])});
 }
 
-constexpr Method kMethods[] = {
+}  // namespace
+
+// The methods are a key of the bus object's type, so that they need a name that is theirs alone in
+// the whole program.
+inline constexpr Method kMethods[] = {
     raw_method("link_aggregation_set", set_bond, kSetArguments, std::size(kLaTuning)),
     raw_method("link_aggregation_del", delete_bond),
     raw_method("link_aggregation_del_no_commit", delete_stored_bond),
@@ -106,8 +72,8 @@ constexpr Method kMethods[] = {
     raw_method("wan_backup_set", set_backup, kBackupArguments, std::size(kBackupArguments)),
 };
 
-}  // namespace
+}  // namespace appcfg::uplink
 
-ubus_object* uplink_bus_object() {
-    return BusObject<kMethods>::named("app_uplink");
+ubus_object* appcfg::uplink_bus_object() {
+    return BusObject<uplink::kMethods>::named("app_uplink");
 }

@@ -2,6 +2,8 @@
 
 #include "core/method.h"
 
+namespace appcfg::uplink {
+
 /// The configuration of the WAN backup, as texts; null where it was not given.
 struct WanBackup {
     const char* enable;        ///< "0" or "1"
@@ -15,3 +17,5 @@ struct WanBackup {
 /// it. Waits for that program. Answers with code -3 for arguments that make no sense and -1 when
 /// the gateway cannot back up its WAN or the program fails.
 Outcome wan_backup_set(const WanBackup& backup);
+
+}  // namespace appcfg::uplink

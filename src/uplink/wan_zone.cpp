@@ -1,13 +1,17 @@
+#include "uplink/wan_zone.h"
+
 #include <cstdio>
 #include <cstring>
 
-#include "uplink/link_aggregation.h"
+#include "uplink/names.h"
+#include "uplink/uplink_uci.h"
 
 /// Prints one line at once, so that it can be followed while services reload.
 #define ZONE_LOG(text, ...)                                                              \
     (std::printf("[add_la_to_wan_firewall_zone] " text "\n" __VA_OPT__(, ) __VA_ARGS__), \
      std::fflush(stdout))
 
+namespace appcfg::uplink {
 namespace {
 
 constexpr char kInterface[] = "la";
@@ -18,8 +22,8 @@ const char* printable(const char* text) {
 
 bool names_la(uci_section* zone, const char* networks) {
     if (!networks) return has_list_value(zone, "network", kInterface);
-    for (Words words(networks); const char* word = words.next();)
-        if (std::strcmp(word, kInterface) == 0) return true;
+    for (auto word = take_word(networks); !word.empty(); word = take_word(networks))
+        if (word == kInterface) return true;
     return false;
 }
 
@@ -44,15 +48,15 @@ void add_interface(UciFile& firewall, uci_section* zone) {
         return;
     }
     ZONE_LOG("Adding 'la' to wan zone network list...");
-    const int added = add_list_value(zone, "network", kInterface);
-    ZONE_LOG("uci_add_list returned: %d", added);
-    if (added != UCI_OK) {
+    const bool added = add_list_value(zone, "network", kInterface);
+    ZONE_LOG("uci_add_list returned: %d", added ? UCI_OK : UCI_ERR_INVAL);
+    if (!added) {
         ZONE_LOG("ERROR: Failed to add network option");
         return;
     }
     ZONE_LOG("Successfully added network option, committing...");
-    const int committed = firewall.commit() ? UCI_OK : UCI_ERR_IO;
-    ZONE_LOG("uci_commit returned: %d", committed);
+    const bool committed = firewall.commit();
+    ZONE_LOG("uci_commit returned: %d", committed ? UCI_OK : UCI_ERR_IO);
 }
 
 }  // namespace
@@ -75,3 +79,5 @@ void add_la_to_wan_firewall_zone() {
     if (uci_section* zone = find_wan_zone(firewall.package())) add_interface(firewall, zone);
     ZONE_LOG("Completed");
 }
+
+}  // namespace appcfg::uplink
