@@ -1,6 +1,6 @@
 #include "uplink/auto_wan.h"
 
-#include <cstdio>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <mutex>
@@ -35,10 +35,6 @@ void name_wan_port(uci_section* auto_wan, PortName& port) {
 }
 
 }  // namespace
-
-void name_port(int32_t number, PortName& name) {
-    std::snprintf(name, sizeof(name), "eth%d", number - 1);
-}
 
 bool pin_wan_detection(uci_context* context, PortName& previous_port) {
     UciFile auto_wan(context, "auto_wan");

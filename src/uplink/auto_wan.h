@@ -1,19 +1,12 @@
 #pragma once
 
-#include <cstdint>
-
 #include "core/method.h"
 #include "uci_file.h"
+#include "uplink/lan_bridge.h"
 
 // The service that finds the port of the WAN uplink, and its package auto_wan.
 
 namespace appcfg::uplink {
-
-/// The kernel's name of a LAN port, or its number as text.
-using PortName = char[16];
-
-/// "eth3" for port 4.
-void name_port(int32_t number, PortName& name);
 
 /// Fixes the WAN uplink to link 1, so that detection does not look for another. `previous_port` is
 /// the uplink so far, empty if there was none. False if the package cannot be changed.

@@ -6,8 +6,6 @@
 #include <string_view>
 
 #include "core/bounded.h"
-#include "core/reply_buffer.h"
-#include "uplink/auto_wan.h"
 #include "uplink/lan_bridge.h"
 #include "uplink/stored_bond.h"
 #include "uplink/uplink_answers.h"
@@ -77,7 +75,7 @@ uci_section* find_bond(UciFile& network) {
 
 }  // namespace
 
-Outcome link_aggregation_get(GivenArguments, ReplyBuffer& reply) {
+Outcome link_aggregation_get(ReplyBuffer& reply) {
     const UciContext context = uci_new_context();
     if (!context) {
         reply.add("result", IGD_CM_OPERATE_FAIL);

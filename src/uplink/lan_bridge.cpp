@@ -1,5 +1,6 @@
 #include "uplink/lan_bridge.h"
 
+#include <cstdio>
 #include <cstring>
 #include <string_view>
 
@@ -16,6 +17,10 @@ bool is_named(uci_section* section, const char* name) {
 }
 
 }  // namespace
+
+void name_port(int32_t number, PortName& name) {
+    std::snprintf(name, sizeof(name), "eth%d", number - 1);
+}
 
 uci_section* find_lan_bridge(uci_package* network) {
     if (uci_section* bridge = find_section(network, "br_lan")) return bridge;

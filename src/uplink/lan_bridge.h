@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "uci_file.h"
 #include "uplink/names.h"
 
@@ -7,6 +9,12 @@
 // the bridge.
 
 namespace appcfg::uplink {
+
+/// The kernel's name of a LAN port, or its number as text.
+using PortName = char[16];
+
+/// "eth3" for port 4.
+void name_port(int32_t number, PortName& name);
 
 /// The bridge's section: the one named br_lan, else the first device of the name br-lan, else null.
 uci_section* find_lan_bridge(uci_package* network);

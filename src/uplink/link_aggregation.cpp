@@ -4,6 +4,7 @@
 
 #include "uplink/auto_wan.h"
 #include "uplink/la_workers.h"
+#include "uplink/stored_bond.h"
 #include "uplink/uplink_answers.h"
 #include "uplink/uplink_uci.h"
 #include "uplink/wan_zone.h"
@@ -13,8 +14,15 @@ namespace {
 
 constexpr uint32_t kSlaves = 2;
 
-Outcome check(const LaRequest& request) {
-    if (request.slave_count != kSlaves) return refused("slaves must contain exactly 2 interfaces");
+/// False for texts that are too long together: those cannot be the names of interfaces.
+bool take_slaves(const TextList& texts, Names& slaves) {
+    if (texts.count != kSlaves) return false;
+    return slaves.add(texts.texts[0]) && slaves.add(texts.texts[1]);
+}
+
+Outcome check(const LaRequest& request, Names& slaves) {
+    if (!take_slaves(request.slaves, slaves))
+        return refused("slaves must contain exactly 2 interfaces");
     if (!*request.bonding_policy) return refused("bonding_policy is required");
     for (const auto& [option, failure, member] : kLaTuning) {
         const char* value = request.*member;
@@ -34,8 +42,9 @@ void rearm_wan_detection_after_bond(uci_context* context) {
 
 }  // namespace
 
-Outcome link_aggregation_set(const LaRequest& request) {
-    if (const Outcome checked = check(request); checked.reason) return checked;
+Outcome link_aggregation_set(LaRequest& request) {
+    Names slaves;
+    if (const Outcome checked = check(request, slaves); checked.reason) return checked;
     const UciContext context = uci_new_context();
     if (!context) return failed(kNoContext);
     const WanDetectionDecision decision;
@@ -43,7 +52,7 @@ Outcome link_aggregation_set(const LaRequest& request) {
     if (!pin_wan_detection(context.get(), previous_port)) return failed(kNoAutoWan);
     rc_auto_wan_action("disable");
     rc_auto_wan_action("stop");
-    const Outcome stored = store_bond(context.get(), request, previous_port);
+    const Outcome stored = store_bond(context.get(), request, slaves, previous_port);
     if (stored.reason) return stored;
     add_la_to_wan_firewall_zone();
     start_la_apply_worker();

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "core/method.h"
-#include "uplink/stored_bond.h"
+#include "uplink/la_request.h"
 
 // Link aggregation bonds two LAN ports. As long as there is a bond the WAN detection service is
 // switched off.
@@ -16,7 +16,7 @@ namespace appcfg::uplink {
 /// texts longer than options of the bond may be are refused as options that cannot be set. The
 /// slaves leave the LAN bridge; those of the bond before, or the port that was the WAN uplink,
 /// return to it.
-Outcome link_aggregation_set(const LaRequest& request);
+Outcome link_aggregation_set(LaRequest& request);
 
 /// Removes the bond, arms WAN detection and has the change applied. Without a bond nothing happens,
 /// except that the detection service has been stopped.

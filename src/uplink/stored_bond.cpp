@@ -66,7 +66,7 @@ Outcome tune_la(uci_section* la, const LaRequest& request) {
 }
 
 /// The bond has the same private address on every gateway.
-Outcome set_la_options(uci_section* la, const LaRequest& request) {
+Outcome set_la_options(uci_section* la, const LaRequest& request, const Names& slaves) {
     const Setting kind[] = {
         {"bonding_policy", request.bonding_policy, "Failed to set bonding_policy"},
         {"all_slaves_active", "0", "Failed to set all_slaves_active"},
@@ -77,7 +77,7 @@ Outcome set_la_options(uci_section* la, const LaRequest& request) {
         {"netmask", "255.255.255.0", "Failed to set netmask"},
     };
     if (!set_option(la, "proto", "bonding")) return failed("Failed to set proto");
-    if (!replace_slaves(la, request.slaves)) return failed("Failed to set slaves");
+    if (!replace_slaves(la, slaves)) return failed("Failed to set slaves");
     if (const Outcome set = set_options(la, kind); set.reason) return set;
     if (const Outcome set = tune_la(la, request); set.reason) return set;
     return set_options(la, kAddress);
@@ -163,7 +163,8 @@ void read_stored_slaves(Names& slaves) {
     if (la) read_names(la, "slaves", slaves);
 }
 
-Outcome store_bond(uci_context* context, const LaRequest& request, const char* previous_port) {
+Outcome store_bond(uci_context* context, const LaRequest& request, const Names& slaves,
+                   const char* previous_port) {
     UciFile network(context, "network");
     if (!network.load_for_change()) return failed(kNoNetwork);
     uci_section* la = find_section(network.package(), "la");
@@ -174,8 +175,8 @@ Outcome store_bond(uci_context* context, const LaRequest& request, const char* p
         freed.add(previous_port);
         if (const Outcome added = add_la(network.package(), la); added.reason) return added;
     }
-    if (const Outcome set = set_la_options(la, request); set.reason) return set;
-    exchange_bridge_ports(network.package(), freed, request.slaves);
+    if (const Outcome set = set_la_options(la, request, slaves); set.reason) return set;
+    exchange_bridge_ports(network.package(), freed, slaves);
     put_bond_below_wan(network.package());
     return network.commit() ? Outcome{} : failed(kNoNetwork);
 }

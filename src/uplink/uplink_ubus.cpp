@@ -36,7 +36,8 @@ constexpr Argument kBackupArguments[] = {
 };
 
 Outcome set_bond(GivenArguments given, ReplyBuffer&) {
-    return link_aggregation_set(read_la_request(given));
+    LaRequest request = read_la_request(given);
+    return link_aggregation_set(request);
 }
 
 Outcome delete_bond(GivenArguments, ReplyBuffer&) {
@@ -47,16 +48,19 @@ Outcome delete_stored_bond(GivenArguments, ReplyBuffer&) {
     return link_aggregation_del_no_commit();
 }
 
+Outcome report_bond(GivenArguments, ReplyBuffer& reply) {
+    return link_aggregation_get(reply);
+}
+
 Outcome set_mode(GivenArguments given, ReplyBuffer&) {
-    return uplink_mode_set(text_of(given[0]), text_of(given[1]));
+    ModeRequest request = {text_of(given[0]), text_of(given[1])};
+    return uplink_mode_set(request);
 }
 
 Outcome set_backup(GivenArguments given, ReplyBuffer&) {
-    return wan_backup_set({.enable = text_of(given[0]),
-                           .fixed_port = text_of(given[1]),
-                           .primary_port = text_of(given[2]),
-                           .backup_port = text_of(given[3]),
-                           .active_port = text_of(given[4])});
+    WanBackup backup = {text_of(given[0]), text_of(given[1]), text_of(given[2]), text_of(given[3]),
+                        text_of(given[4])};
+    return wan_backup_set(backup);
 }
 
 }  // namespace
@@ -67,7 +71,7 @@ inline constexpr Method kMethods[] = {
     raw_method("link_aggregation_set", set_bond, kSetArguments, std::size(kLaTuning)),
     raw_method("link_aggregation_del", delete_bond),
     raw_method("link_aggregation_del_no_commit", delete_stored_bond),
-    raw_method("link_aggregation_get", link_aggregation_get),
+    raw_method("link_aggregation_get", report_bond),
     raw_method("uplink_mode_set", set_mode, kModeArguments, std::size(kModeArguments)),
     raw_method("wan_backup_set", set_backup, kBackupArguments, std::size(kBackupArguments)),
 };

@@ -101,7 +101,7 @@ bool stage(const WanBackup& b) {
 
 }  // namespace
 
-Outcome wan_backup_set(const WanBackup& backup) {
+Outcome wan_backup_set(WanBackup& backup) {
     if (const Outcome checked = check(backup); checked.reason) return checked;
     if (!reads("custom", "custom_page", "wan_backup_enable", "1"))
         return failed("WAN backup capability is disabled");
