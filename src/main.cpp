@@ -1,5 +1,5 @@
+#include "board/mgmt_port_flow.h"
 #include "core/daemon.h"
-#include "core/mgmt_port_flow.h"
 #include "core/mib_chain.h"
 #include "netapp/loopback.h"
 #include "security/dns_filter/dns_filter.h"
@@ -8,6 +8,8 @@
 #include "security/url_filter/url_filter.h"
 #include "uplink/uplink.h"
 #include "zu_services.h"
+
+using namespace appcfg;
 
 int main() {
     // Platform services come up, and get their stored configuration back, in this order.
@@ -39,7 +41,7 @@ int main() {
     };
     const PublishedObject kObjects[] = {
         {dns_filter_bus_object()}, {ip_filter_bus_object()},  {url_filter_bus_object()},
-        {loopback_bus_object()},   {mac_filter_bus_object()}, {appcfg::uplink_bus_object(), true},
+        {loopback_bus_object()},   {mac_filter_bus_object()}, {uplink_bus_object(), true},
     };
     return run_daemon(kStartup, kObjects);
 }

@@ -8,6 +8,9 @@ STATE=$1
 shift
 . "$ROOT/host/box/environment.sh"
 
+# What the daemon's package puts on a gateway beside the programs.
+DELIVERED="$ROOT/packaging/appcfgd/files"
+
 # Empty in every box, whatever the host has there.
 PRIVATE=(tmp run var/log etc/config etc/init.d config rom)
 
@@ -22,7 +25,7 @@ make_root() {
     mkdir -p upper/usr/local/sbin work tree
     mount -t tmpfs -o mode=755 box tree
     # Folders that already stand in the layer can be written to without privilege, too.
-    cp -r "$ROOT/host/box/root/." upper
+    cp -r "$DELIVERED/." "$ROOT/host/box/root/." upper
     add_host_folders
     cd tree
     mkdir -p proc sys dev old
@@ -81,12 +84,10 @@ make_private() {
     mkdir -p run/lock run/ubus run/zu_ipc var/log/box config/work/valueset
 }
 
-# The gateway's own files: the packages this daemon ships, then those of the system around it.
+# The gateway's own files: those this daemon ships, then those of the system around it.
 add_files() {
-    local defaults="$ROOT/packaging/openwrt/files/etc/config"
     [ -z "${BOX_CONFIG_DIR-}" ] || mount --bind "$BOX_CONFIG_DIR" /etc/config
-    [ ! -d "$defaults" ] || cp -r "$defaults/." /etc/config
-    cp -r "$ROOT/host/box/root/." /
+    cp -r "$DELIVERED/." "$ROOT/host/box/root/." /
 }
 
 add_devicetree() {

@@ -9,6 +9,8 @@
 // Copies into fixed buffers whose size is taken from the buffer itself. A bounded function that
 // fails is reported on standard output, whatever the log gate says, and the caller carries on.
 
+namespace appcfg {
+
 /// Where a bounded copy was asked for: the caller's function and line.
 struct CallSite {
     const char* function;
@@ -50,3 +52,5 @@ template <size_t Size>
 void cut_text(char (&to)[Size], const char* from, CallSite site = CallSite::here()) {
     report_bounded("strncpy_s", strncpy_s(to, Size, from, Size - 1), site);
 }
+
+}  // namespace appcfg

@@ -5,7 +5,7 @@
 
 // Integer members of a record, by offset and width.
 
-namespace field {
+namespace appcfg::field {
 
 template <class Number>
 uint32_t load_as(const void* record, uint16_t offset) {
@@ -43,4 +43,4 @@ inline void store(void* record, uint16_t offset, uint16_t size, uint32_t value) 
     }
 }
 
-}  // namespace field
+}  // namespace appcfg::field

@@ -2,6 +2,8 @@
 
 #include <array>
 
+using namespace appcfg;
+
 namespace {
 
 std::array<const TableDescriptor*, kTableIds> registry;

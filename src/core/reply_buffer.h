@@ -8,6 +8,8 @@ extern "C" {
 #include <libubus.h>
 }
 
+namespace appcfg {
+
 /// One reply message in the making; its storage lives as long as the reply.
 class ReplyBuffer {
   public:
@@ -38,3 +40,5 @@ class ReplyBuffer {
   private:
     blob_buf buffer_{};
 };
+
+}  // namespace appcfg

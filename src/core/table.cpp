@@ -4,6 +4,7 @@
 #include "core/field.h"
 #include "vsuci.h"
 
+namespace appcfg {
 namespace {
 
 /// Room for a section's path or name, as the configuration store fills it.
@@ -26,21 +27,36 @@ const void* member_of(const void* record, const Column& column) {
     return static_cast<const uint8_t*>(record) + column.offset;
 }
 
+/// 0 for records without a bitmap: they select nothing.
 uint32_t bitmap_of(const Table& table, const void* record) {
+    if (table.bitmap_size == 0) return 0;
     return field::load(record, table.bitmap_offset, table.bitmap_size);
+}
+
+void set_bitmap(const Table& table, void* record, uint32_t bitmap) {
+    if (table.bitmap_size != 0)
+        field::store(record, table.bitmap_offset, table.bitmap_size, bitmap);
 }
 
 bool selects(uint32_t bitmap, const Column& column) {
     return column.selected_by != kNoBit && (bitmap >> column.selected_by & 1u);
 }
 
+uint32_t effective(const Column& column, uint32_t number) {
+    return number != 0 ? number : column.for_zero;
+}
+
+void read_number(const Table& table, const Column& column, const char* section, void* record) {
+    const auto stored =
+        static_cast<uint32_t>(vsuci_get_int32(table.package, section, column.option));
+    field::store(record, column.offset, column.size, effective(column, stored));
+}
+
 void read_column(const Table& table, const Column& column, const char* section, void* record) {
     char coded[kLargestCodedText];
     switch (column.kind) {
         case ColumnKind::Number:
-            return field::store(
-                record, column.offset, column.size,
-                static_cast<uint32_t>(vsuci_get_int32(table.package, section, column.option)));
+            return read_number(table, column, section, record);
         case ColumnKind::Text:
             vsuci_get_string(static_cast<char*>(member_of(record, column)), column.width,
                              table.package, section, column.option);
@@ -58,7 +74,8 @@ void write_column(const Table& table, const Column& column, const char* section,
     char coded[kLargestCodedText];
     switch (column.kind) {
         case ColumnKind::Number:
-            vsuci_set_int32(static_cast<int32_t>(field::load(record, column.offset, column.size)),
+            vsuci_set_int32(static_cast<int32_t>(
+                                effective(column, field::load(record, column.offset, column.size))),
                             table.package, section, column.option);
             return;
         case ColumnKind::Text:
@@ -97,7 +114,7 @@ int32_t table_get(const Table& table, int32_t position, void* record) {
     for (const Column& column : table.columns)
         read_column(table, column, section.text, record);
     static_cast<void>(vsuci_release(table.package));
-    field::store(record, table.bitmap_offset, table.bitmap_size, table.bitmap_of_row);
+    set_bitmap(table, record, table.bitmap_of_row);
     return 1;
 }
 
@@ -138,5 +155,7 @@ void merge_selected(const Table& table, void* row, const void* request) {
     for (const Column& column : table.columns)
         if (selects(bitmap, column))
             memcpy_s(member_of(row, column), column.size, member_of(request, column), column.size);
-    field::store(row, table.bitmap_offset, table.bitmap_size, bitmap_of(table, row) | bitmap);
+    set_bitmap(table, row, bitmap_of(table, row) | bitmap);
 }
+
+}  // namespace appcfg

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -13,6 +14,8 @@
 // anonymous section of the table's type in the table's UCI package, every stored column one option.
 // From the declaration follow the accessors that the registry offers, and what a Set request may
 // change and within which range.
+
+namespace appcfg {
 
 enum class ColumnKind : uint8_t {
     Number,    ///< an unsigned or signed integer of `size` bytes
@@ -41,11 +44,20 @@ struct Column {
     uint16_t width;  ///< of the stored text, its NUL included
     const TextCodec* codec = nullptr;
     uint32_t largest = UINT32_MAX;
+    uint32_t for_zero = 0;  ///< what a number that is 0 is read and written as
 
-    /// Bit of `ulBitmap` by which a request selects the column.
-    consteval Column bit(uint8_t n) const {
+    /// The one bit of `ulBitmap` by which a request selects the column, as its record names it.
+    consteval Column bit(uint32_t mask) const {
+        if (!std::has_single_bit(mask)) bad_declaration("a column is selected by one bit");
         Column c = *this;
-        c.selected_by = n;
+        c.selected_by = static_cast<uint8_t>(std::countr_zero(mask));
+        return c;
+    }
+    /// A 0, stored or to be stored, stands for `value`.
+    consteval Column or_else(uint32_t value) const {
+        if (kind != ColumnKind::Number) bad_declaration("no number");
+        Column c = *this;
+        c.for_zero = value;
         return c;
     }
     /// Name of the option where it is not the member's own.
@@ -129,17 +141,38 @@ struct Table {
     std::span<const Column> columns;
     uint16_t record_size;
     uint16_t bitmap_offset;
-    uint16_t bitmap_size;
+    uint16_t bitmap_size;    ///< 0: the record has none
     uint32_t bitmap_of_row;  ///< `ulBitmap` of every row read
 };
+
+/// A table whose rows are `Row`s.
+template <class Row>
+struct TableOf : Table {};
+
+/// Size of a record's `ulBitmap`, 0 if it has none.
+template <class Record>
+consteval size_t bitmap_size() {
+    if constexpr (requires { &Record::ulBitmap; })
+        return sizeof(Record::ulBitmap);
+    else
+        return 0;
+}
+
+template <class Record>
+consteval size_t bitmap_offset() {
+    if constexpr (requires { &Record::ulBitmap; })
+        return offsetof(Record, ulBitmap);
+    else
+        return 0;
+}
 
 /// Declares a table; does not compile unless the columns, in the order of the members, and
 /// `ulBitmap` cover every byte of the record, so that no member can be forgotten.
 template <class Record>
-consteval Table make_table(uint32_t id, const char* package, const char* type,
-                           std::span<const Column> columns, uint32_t bitmap_of_row) {
+consteval TableOf<Record> make_table(uint32_t id, const char* package, const char* type,
+                                     std::span<const Column> columns, uint32_t bitmap_of_row = 0) {
     static_assert(std::has_unique_object_representations_v<Record>);
-    size_t covered = sizeof(Record::ulBitmap);
+    size_t covered = bitmap_size<Record>();
     size_t next = 0;
     for (const Column& column : columns) {
         if (column.offset < next) bad_declaration("the columns are not in the members' order");
@@ -148,14 +181,14 @@ consteval Table make_table(uint32_t id, const char* package, const char* type,
     }
     if (id >= kTableIds) bad_declaration("no such table id");
     if (covered != sizeof(Record)) bad_declaration("a member has no column");
-    return {.id = id,
-            .package = package,
-            .type = type,
-            .columns = columns,
-            .record_size = sizeof(Record),
-            .bitmap_offset = offsetof(Record, ulBitmap),
-            .bitmap_size = sizeof(Record::ulBitmap),
-            .bitmap_of_row = bitmap_of_row};
+    return {{.id = id,
+             .package = package,
+             .type = type,
+             .columns = columns,
+             .record_size = sizeof(Record),
+             .bitmap_offset = bitmap_offset<Record>(),
+             .bitmap_size = bitmap_size<Record>(),
+             .bitmap_of_row = bitmap_of_row}};
 }
 
 /// The accessors, one generic implementation for all tables. 1 on success, 0 on failure.
@@ -171,8 +204,21 @@ int32_t table_remove(const Table& table, int32_t position);
 /// Copies the columns that `request` selects over those of `row` and adds its bitmap to the row's.
 void merge_selected(const Table& table, void* row, const void* request);
 
+/// Typed forms: a request for one table cannot be merged into the row of another.
+template <class Row>
+[[nodiscard]] bool selected_in_range(const TableOf<Row>& table, const Row& request) {
+    return selected_in_range(table, static_cast<const void*>(&request));
+}
+template <class Row>
+void merge_selected(const TableOf<Row>& table, Row& row, const Row& request) {
+    merge_selected(table, static_cast<void*>(&row), static_cast<const void*>(&request));
+}
+
+// Descriptors for the registry. They are made for tables of external linkage: each is a type of its
+// own by the table's name.
+
 /// Descriptor of a table whose one row is provisioned and never added or deleted.
-template <const Table& T>
+template <const auto& T>
 inline constexpr TableDescriptor single_row_table{
     .id = T.id,
     .total = [] { return table_total(T); },
@@ -182,7 +228,7 @@ inline constexpr TableDescriptor single_row_table{
     .remove = nullptr,
 };
 
-template <const Table& T>
+template <const auto& T>
 inline constexpr TableDescriptor list_table{
     .id = T.id,
     .total = single_row_table<T>.total,
@@ -191,3 +237,10 @@ inline constexpr TableDescriptor list_table{
     .add = [](uint32_t, const void* record) { return table_add(T, record); },
     .remove = [](uint32_t, int32_t position) { return table_remove(T, position); },
 };
+
+/// Descriptor of a table whose id is taken but whose rows are not served.
+consteval TableDescriptor unserved_table(uint32_t id) {
+    return {id, nullptr, nullptr, nullptr, nullptr, nullptr};
+}
+
+}  // namespace appcfg

@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace appcfg {
+
 /// How a binary member is told as text, in packages and on the bus.
 struct TextCodec {
     /// Size of the text with its NUL; at most `kLargestCodedText`.
@@ -14,3 +16,5 @@ struct TextCodec {
 };
 
 inline constexpr size_t kLargestCodedText = 64;
+
+}  // namespace appcfg

@@ -5,6 +5,8 @@
 #include "core/reply_buffer.h"
 #include "core/result.h"
 
+using namespace appcfg;
+
 void ubus_reply_result(ubus_context* context, ubus_request_data* request, const char* reason,
                        int32_t code) {
     ReplyBuffer reply;

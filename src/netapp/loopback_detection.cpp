@@ -4,10 +4,13 @@
 #include "core/bounded.h"
 #include "core/log.h"
 #include "core/result.h"
+#include "core/rows.h"
 #include "netapp/loopback.h"
-#include "netapp/loopback_platform.h"
-#include "zu_ipc.h"
+#include "records/loopback.h"
 #include "zu_os.h"
+
+using namespace appcfg;
+using namespace platform;
 
 namespace {
 
@@ -64,7 +67,7 @@ void set_time(const char* operation, const Settings& settings) {
     LOOPBACK_LOG_AS(operation,
                     "=============================== zu_loopback_detection_time info end "
                     "===============================\t\n\r\n");
-    const int32_t lRet = zu_ipc_call(kLoopbackTimeSetCall, &time, sizeof(time));
+    const int32_t lRet = call(kLoopbackTimeSet, time);
     if (lRet != 0)
         LOOPBACK_LOG_AS(operation,
                         "call zu_loopback_detection_time_set() with lRet [%08x].\t\n\r\n", lRet);
@@ -83,7 +86,7 @@ int32_t start_port(const char* operation, st_loopback_detection_attr attr) {
     LOOPBACK_LOG_AS(operation,
                     "=============================== zu_loopback_detection_attr info end "
                     "===============================\t\n\r\n");
-    const int32_t lRet = zu_ipc_call(kLoopbackStartCall, &attr, sizeof(attr));
+    const int32_t lRet = call(kLoopbackStart, attr);
     if (lRet != 0)
         LOOPBACK_LOG_AS(operation, "call zu_loopback_detection_start() with lRet [%08x].\t\n\r\n",
                         lRet);
@@ -111,27 +114,27 @@ int32_t igdCmSysmngLoopbackAttrSet(Settings* request, uint32_t size) {
     LOOPBACK_LOG("aucVlanTag [%s].\t\n\r\n", request->aucVlanTag);
     LOOPBACK_LOG("aucLoopEthType [%s].\t\n\r\n", request->aucLoopEthType);
     LOOPBACK_LOG("ucPkgPerSec [%d].\t\n\r\n", request->ucPkgPerSec);
-    if (!selected_in_range(loopback_table, request)) {
+    if (!selected_in_range(loopback_table, *request)) {
         LOOPBACK_LOG("error: IGD_CM_GLOBAL_INPUT_PARA_ERROR.\t\n\r\n");
         return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
     }
     int32_t result = IGD_CM_OPERATE_FAIL;
     Settings settings{};
-    if (mib_chain_get(IGD_SYSMNG_LOOPDETECT_ATTR_TAB, 0, &settings)) {
-        merge_selected(loopback_table, &settings, request);
+    if (read_row(loopback_table, 0, settings)) {
+        merge_selected(loopback_table, settings, *request);
         set_time(__func__, settings);
         result = start_ports(__func__, settings);
     } else {
         LOOPBACK_LOG("mib_chain_get IGD_SYSMNG_LOOPDETECT_ATTR_TAB is fail.\t\n\r\n");
     }
-    mib_chain_update(IGD_SYSMNG_LOOPDETECT_ATTR_TAB, &settings, 0);
+    write_row(loopback_table, 0, settings);
     return result;
 }
 
 int32_t igdCmSysmngLoopbackAttrGet(Settings* settings, uint32_t size) {
     if (!is_record(settings, size)) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
     Settings stored{};
-    if (!mib_chain_get(IGD_SYSMNG_LOOPDETECT_ATTR_TAB, 0, &stored)) {
+    if (!read_row(loopback_table, 0, stored)) {
         LOOPBACK_LOG("mib_chain_get IGD_SYSMNG_LOOPDETECT_ATTR_TAB is fail.\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
@@ -148,8 +151,7 @@ int32_t igdCmSysmngLoopbackStateGet(IgdSysmngLoopbackStateInfoTab* state, uint32
         return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
     }
     st_loopback_detection_result detection_result{.port = port, .status = 0};
-    const int32_t lRet =
-        zu_ipc_call(kLoopbackResultGetCall, &detection_result, sizeof(detection_result));
+    const int32_t lRet = call(kLoopbackResultGet, detection_result);
     if (lRet != 0)
         LOOPBACK_LOG("Call zu_loopback_detection_result_get() with lRet [%08x].\t\n\r\n", lRet);
     LOOPBACK_LOG("detection_result.status [%d].\t\n\r\n", detection_result.status);
@@ -161,7 +163,7 @@ int32_t igdCmSysmngLoopbackAttrInit() {
     LOOPBACK_LOG(
         "############ System Management LBDT Attribute Table Init Start ############\t\n\r\n");
     Settings settings{};
-    static_cast<void>(mib_chain_get(IGD_SYSMNG_LOOPDETECT_ATTR_TAB, 0, &settings));
+    static_cast<void>(read_row(loopback_table, 0, settings));
     const int32_t result = igdCmSysmngLoopbackAttrSet(&settings, sizeof(settings));
     if (result != 0)
         LOOPBACK_LOG(

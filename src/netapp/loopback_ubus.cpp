@@ -1,6 +1,7 @@
-#include "core/method.h"
+#include "core/bus_object.h"
 #include "netapp/loopback.h"
 
+namespace appcfg {
 namespace {
 
 using Settings = IgdSysmngLoopdetectAttrConfTab;
@@ -34,8 +35,12 @@ constexpr Method kMethods[] = {
         .reporting(kState),
 };
 
+BUS_OBJECT(object, "app_netapp", kMethods);
+
 }  // namespace
 
 ubus_object* loopback_bus_object() {
-    return BusObject<kMethods>::named("app_netapp");
+    return &object;
 }
+
+}  // namespace appcfg

@@ -1,18 +1,10 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 
-#include "core/method.h"
+#include "core/argument.h"
 
 namespace appcfg::uplink {
-
-/// The texts of an array argument: the first eight; what is no text does not count.
-struct TextList {
-    static constexpr uint32_t kMost = 8;
-    const char* texts[kMost];
-    uint32_t count;
-};
 
 /// What a caller asks of a bond.
 struct LaRequest {
@@ -49,9 +41,5 @@ inline constexpr LaTuning kLaTuning[] = {
 };
 
 #undef LA_TUNING
-
-/// The arguments of a bond, `slaves`, `bonding_policy` and then those of kLaTuning; the first two
-/// are there. The request points into them.
-LaRequest read_la_request(GivenArguments given);
 
 }  // namespace appcfg::uplink

@@ -6,6 +6,8 @@
 
 #include "support/recording_platform.h"
 
+using namespace appcfg;
+
 TEST(BoundedTest, CopyThatDoesNotFitIsReportedWhereItWasAskedForWhateverTheGateSays) {
     recording_platform::open_log(false);
     char text[4] = "old";

@@ -1,4 +1,4 @@
-#include "core/table.h"
+#include "core/rows.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,10 @@
 
 #include "support/module_test.h"
 
-namespace {
+using namespace appcfg;
+
+// Named, for the table is a key of its descriptor.
+namespace table_test {
 
 struct Row {
     uint32_t ulIndex;
@@ -20,13 +23,13 @@ struct Row {
 
 constexpr Column kColumns[] = {
     COLUMN(Row, ulIndex),
-    COLUMN(Row, ucEnable).bit(1).at_most(1),
+    COLUMN(Row, ucEnable).bit(2).at_most(1),
     COLUMN(Row, ucShadow).stored_as("ucEnable").only_read(),
-    COLUMN(Row, usPort).bit(0),
-    COLUMN(Row, aucName).bit(3).stored_as("name"),
+    COLUMN(Row, usPort).bit(1),
+    COLUMN(Row, aucName).bit(8).stored_as("name"),
     COLUMN(Row, lGroup).unstored(),
 };
-constexpr Table kTable = make_table<Row>(7, "app_test", "TEST_TAB", kColumns, 11);
+inline constexpr TableOf<Row> kTable = make_table<Row>(7, "app_test", "TEST_TAB", kColumns, 11);
 
 int32_t register_table() {
     static constexpr TableDescriptor kDescriptors[] = {list_table<kTable>};
@@ -81,14 +84,14 @@ TEST_F(TableTest, DeletingTheFirstRowMovesTheOthersAndKeepsTheirIndexes) {
         const Row row{.ulIndex = index};
         ASSERT_EQ(mib_chain_add(7, &row), 1);
     }
-    EXPECT_EQ(next_index(7, &Row::ulIndex), 8u);
+    EXPECT_EQ(next_index(kTable, &Row::ulIndex), 8u);
     ASSERT_EQ(mib_chain_delete(7, 0), 1);
     Row row;
     EXPECT_EQ(mib_chain_total(7), 2);
-    EXPECT_EQ(find_index(7, row, &Row::ulIndex, 2u), 0);
-    EXPECT_EQ(find_index(7, row, &Row::ulIndex, 7u), 1);
+    EXPECT_EQ(find_index(kTable, row, &Row::ulIndex, 2u), 0);
+    EXPECT_EQ(find_index(kTable, row, &Row::ulIndex, 7u), 1);
     EXPECT_EQ(row.ulIndex, 7u);
-    EXPECT_EQ(find_index(7, row, &Row::ulIndex, 1u), -1);
+    EXPECT_EQ(find_index(kTable, row, &Row::ulIndex, 1u), -1);
 }
 
 TEST_F(TableTest, RowThatDoesNotReachTheDiskIsReportedAndNotSeen) {
@@ -109,14 +112,14 @@ TEST_F(TableTest, RowThatDoesNotReachTheDiskIsReportedAndNotSeen) {
 TEST_F(TableTest, RequestChangesOnlyWhatItSelects) {
     Row row{.ulIndex = 1, .ucEnable = 1, .usPort = 80, .aucName = {"old"}, .ulBitmap = 11};
     Row request{.ulIndex = 9, .ucEnable = 2, .usPort = 443, .aucName = {"new"}, .ulBitmap = 9};
-    EXPECT_TRUE(selected_in_range(kTable, &request));
-    merge_selected(kTable, &row, &request);
+    EXPECT_TRUE(selected_in_range(kTable, request));
+    merge_selected(kTable, row, request);
     EXPECT_EQ(row.ulIndex, 1u);
     EXPECT_EQ(row.ucEnable, 1);
     EXPECT_EQ(row.usPort, 443);
     EXPECT_STREQ(row.aucName, "new");
     request.ulBitmap = 2;
-    EXPECT_FALSE(selected_in_range(kTable, &request));
+    EXPECT_FALSE(selected_in_range(kTable, request));
 }
 
 TEST_F(TableTest, UnknownTablesSucceedWithoutTouchingTheRecord) {
@@ -135,4 +138,4 @@ TEST_F(TableTest, UnknownTablesSucceedWithoutTouchingTheRecord) {
     EXPECT_EQ(mib_chain_register(kDescriptors, 0), -1);
 }
 
-}  // namespace
+}  // namespace table_test

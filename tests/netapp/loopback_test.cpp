@@ -5,6 +5,8 @@
 #include "support/module_test.h"
 #include "support/recording_bus.h"
 
+using namespace appcfg;
+
 namespace {
 
 using recording_platform::refuse;

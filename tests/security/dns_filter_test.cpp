@@ -1,3 +1,4 @@
+#include "records/dns_filter.h"
 #include "security/dns_filter/dns_filter.h"
 
 #include <cstring>
@@ -6,11 +7,12 @@
 #include <regex>
 #include <sstream>
 
-#include "security/dns_filter/dns_filter_platform.h"
 #include "security/dns_filter/dns_filter_testing.h"
 #include "security/dns_filter/host_list_file.h"
 #include "support/module_test.h"
 #include "support/recording_bus.h"
+
+using namespace appcfg;
 
 namespace {
 
@@ -154,11 +156,11 @@ TEST_F(DnsFilterTest, RulesAreSwitchedByTheirIndex) {
 
 TEST_F(DnsFilterTest, SwitchTellsWhatFailed) {
     provision({0}, 1);
-    refuse(kDnsFilterGetCall);
+    refuse(platform::kDnsFilterGet.name);
     EXPECT_EQ(call("basic_set", kOn), failure(-1, "igdCmDnsFilterConfigGet error"));
     EXPECT_EQ(stored(), "1 0 1 d1 ");
     recording_platform::reset();
-    refuse(kDnsFilterAddCall, 7);
+    refuse(platform::kDnsFilterAdd.name, 7);
     EXPECT_EQ(call("basic_set", kOn), failure(-1, "igdCmDnsFilterConfigAdd error"));
     EXPECT_EQ(stored(), "1 0 ");
     EXPECT_FALSE(fs::exists(rule_));
@@ -183,8 +185,8 @@ TEST_F(DnsFilterTest, FilesAndStartWhenSomethingIsRefused) {
     }
     EXPECT_FALSE(fs::exists(list_));
     std::ofstream(rule_) << "";
-    refuse(kDnsFilterAddCall);
-    refuse(kDnsFilterSetCall);
+    refuse(platform::kDnsFilterAdd.name);
+    refuse(platform::kDnsFilterSet.name);
     EXPECT_EQ(call("list_del", R"("ulIndex":1)"), failure(-1, "igdCmSecureDnsFilterListDel error"));
     EXPECT_EQ(set({.ucIndex = 1, .ucEnable = 0, .ulBitmap = 1}), -1);
     EXPECT_EQ(stored(), "1 1 ");

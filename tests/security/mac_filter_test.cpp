@@ -3,6 +3,8 @@
 #include "support/module_test.h"
 #include "support/recording_bus.h"
 
+using namespace appcfg;
+
 namespace {
 
 using Attr = IgdSecMacFiltAttr;

@@ -1,3 +1,4 @@
+#include "records/url_filter.h"
 #include "security/url_filter/url_filter.h"
 
 #include <algorithm>
@@ -6,9 +7,10 @@
 #include <regex>
 #include <sstream>
 
-#include "security/url_filter/url_filter_platform.h"
 #include "support/module_test.h"
 #include "support/recording_bus.h"
+
+using namespace appcfg;
 
 namespace {
 
@@ -78,17 +80,18 @@ TEST_F(UrlFilterTest, EveryChangeIsThePlatformsBeforeItIsStored) {
     fill({"a"});
     const auto before = read_package("app_urlfilter");
     constexpr const char* kChanges[][3] = {
-        {kUrlFilterSetCall, "basic_set", "AttrSet"},
-        {kUrlAddressSetCall, "list_add", "ListAdd"},
-        {kUrlAddressSetCall, "list_set", "ListSet"},
-        {kUrlAddressDeleteCall, "list_del", "ListDel"},
-        {kUrlAddressSetCall, "family_group_mac_add", "FamilyListAdd"},
-        {kUrlAddressDeleteCall, "family_group_mac_del", "FamilyListDel"},
+        {platform::kUrlFilterSet.name, "basic_set", "AttrSet"},
+        {platform::kUrlAddressSet.name, "list_add", "ListAdd"},
+        {platform::kUrlAddressSet.name, "list_set", "ListSet"},
+        {platform::kUrlAddressDelete.name, "list_del", "ListDel"},
+        {platform::kUrlAddressSet.name, "family_group_mac_add", "FamilyListAdd"},
+        {platform::kUrlAddressDelete.name, "family_group_mac_del", "FamilyListDel"},
     };
     for (const auto& [platform_call, method, operation] : kChanges) {
         {
             const FullDisk full;  // which no delete looks at
-            EXPECT_EQ(call(method) == success(), platform_call == kUrlAddressDeleteCall) << method;
+            EXPECT_EQ(call(method) == success(), platform_call == platform::kUrlAddressDelete.name)
+                << method;
             EXPECT_EQ(calls(), Names{platform_call}) << method;
         }
         refuse(platform_call, 5);
@@ -96,7 +99,7 @@ TEST_F(UrlFilterTest, EveryChangeIsThePlatformsBeforeItIsStored) {
         EXPECT_EQ(read_package("app_urlfilter"), before) << method;
         recording_platform::reset();
     }
-    refuse(kUrlAddressDeleteCall);
+    refuse(platform::kUrlAddressDelete.name);
     EXPECT_EQ(call("list_set"), failed("ListSet"));
     EXPECT_NE(read_package("app_urlfilter"), before);
 }
@@ -107,10 +110,11 @@ TEST_F(UrlFilterTest, UrlStandsInAListOnceAndIsNotSentWhenEmpty) {
     EXPECT_EQ(call("list_add", {.url = "A"}), success());
     EXPECT_EQ(call("list_set", {.url = "b"}), success());
     EXPECT_EQ(call("list_set", {.url = ""}), success());
-    EXPECT_EQ(calls(), (Names{kUrlAddressSetCall, kUrlAddressSetCall, kUrlAddressDeleteCall}));
+    EXPECT_EQ(calls(), (Names{platform::kUrlAddressSet.name, platform::kUrlAddressSet.name,
+                              platform::kUrlAddressDelete.name}));
     for (const char* method : {"list_del", "family_group_mac_del", "family_group_all_mac_del"})
         EXPECT_EQ(call(method), success()) << method;
-    EXPECT_EQ(calls(), Names{kUrlAddressDeleteCall});
+    EXPECT_EQ(calls(), Names{platform::kUrlAddressDelete.name});
 }
 
 TEST_F(UrlFilterTest, UnselectedMembersTakeDefaults) {
@@ -142,10 +146,10 @@ TEST_F(UrlFilterTest, OnlyExactlyAHundredRulesAreTooMany) {
 
 TEST_F(UrlFilterTest, WholeListsAreGoneThroughThoughThePlatformRefuses) {
     fill({"a", "b", "c"});
-    refuse(kUrlAddressSetCall);
+    refuse(platform::kUrlAddressSet.name);
     EXPECT_EQ(igdCmSecureUrlFilterListInit(), 0);
     EXPECT_EQ(igdCmSecureUrlFilterFamilyListInit(), -1);
-    refuse(kUrlAddressDeleteCall, -1, 1);  // all but the first
+    refuse(platform::kUrlAddressDelete.name, -1, 1);  // all but the first
     EXPECT_EQ(call("family_group_all_mac_del"), failed("FamilyGroupAllDel"));
     EXPECT_EQ(calls().size(), 9u);
     EXPECT_EQ(mib_chain_total(IGD_SECUR_URL_FILTER_FAMILY_LIST_TAB), 0);
@@ -185,7 +189,7 @@ TEST_F(UrlFilterTest, ArgumentsAreBounded) {
 }
 
 TEST_F(UrlFilterTest, LogsInTheNameOfTheOperation) {
-    refuse(kUrlAddressSetCall);
+    refuse(platform::kUrlAddressSet.name);
     recording_platform::open_log(true);
     testing::internal::CaptureStdout();
     call("family_group_mac_add");

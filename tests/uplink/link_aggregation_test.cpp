@@ -4,6 +4,8 @@
 #include "uplink/uplink_commands.h"
 #include "uplink/uplink_test.h"
 
+using namespace appcfg;
+
 namespace {
 
 using appcfg::uplink::is_interface_name;

@@ -5,6 +5,8 @@
 
 #include "uplink/uplink_test.h"
 
+using namespace appcfg;
+
 namespace {
 
 constexpr char kNetwork[] =

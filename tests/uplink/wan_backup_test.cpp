@@ -9,6 +9,8 @@
 
 #include "uplink/uplink_test.h"
 
+using namespace appcfg;
+
 namespace {
 
 using Texts = std::array<const char*, 5>;

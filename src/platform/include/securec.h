@@ -4,7 +4,8 @@
 
 // The bounded-function library: every copy into a fixed buffer goes through these. They return 0 on
 // success; on failure the destination is made empty (text) or cleared (memory). Formatting
-// functions return the number of characters written, -1 on failure or when the text does not fit.
+// functions return the number of characters written, -1 on failure or when the text does not fit. A
+// null source is a failure like any other, a null destination is left alone; the two never overlap.
 
 extern "C" {
 

@@ -11,6 +11,8 @@
 // and a hole that the compiler would fill are all build errors; the platform's tools print calls
 // with the very same list.
 
+namespace platform {
+
 enum class FieldKind : uint8_t {
     Unsigned,  ///< one or more unsigned integers of `size` bytes, in host byte order
     Signed,    ///< the same, signed
@@ -38,6 +40,10 @@ struct RecordLayout {
     uint32_t size;
     std::span<const RecordField> fields;
 };
+
+/// The layout of one record: `Record`.
+template <class Record>
+struct LayoutOf : RecordLayout {};
 
 /// The kind of a member follows from its type: char arrays are texts, arrays of other bytes are
 /// bytes, everything else is numbers.
@@ -94,25 +100,27 @@ consteval bool holds_reals(std::span<const RecordField> fields) {
 /// Floating-point members have no unique representation by their nature; for records that hold
 /// some, `fills_record` alone rules out holes.
 template <class Record, size_t Size, const auto& Fields>
-consteval RecordLayout record_layout(const char* name) {
+consteval LayoutOf<Record> record_layout(const char* name) {
     static_assert(sizeof(Record) == Size, "the record is not as long as the platform expects it");
     static_assert(Size <= UINT16_MAX);
     static_assert(std::is_standard_layout_v<Record> && std::is_trivially_copyable_v<Record>);
     static_assert(fills_record(Fields, Size), "a member is missing, or a hole has no padding");
     static_assert(holds_reals(Fields) || std::has_unique_object_representations_v<Record>);
-    return {name, Size, Fields};
+    return {{name, Size, Fields}};
 }
 
+}  // namespace platform
+
 // One line per member: the record, the member, and the offset at which the platform expects it.
-#define RECORD_FIELD(Record, member, at)                                  \
-    record_field<decltype(Record::member), offsetof(Record, member), at>( \
-        #member, field_kind<decltype(Record::member)>())
-#define RECORD_PADDING(Record, member, at)                                        \
-    record_field<decltype(Record::member), offsetof(Record, member), at>(#member, \
-                                                                         FieldKind::Padding)
+#define RECORD_FIELD(Record, member, at)                                            \
+    platform::record_field<decltype(Record::member), offsetof(Record, member), at>( \
+        #member, platform::field_kind<decltype(Record::member)>())
+#define RECORD_PADDING(Record, member, at)                                          \
+    platform::record_field<decltype(Record::member), offsetof(Record, member), at>( \
+        #member, platform::FieldKind::Padding)
 /// A member that is a record, or an array of records, described by `layout`.
-#define RECORD_GROUP(Record, member, at, layout)                          \
-    record_field<decltype(Record::member), offsetof(Record, member), at>( \
-        #member, FieldKind::Group, &layout)
+#define RECORD_GROUP(Record, member, at, layout)                                    \
+    platform::record_field<decltype(Record::member), offsetof(Record, member), at>( \
+        #member, platform::FieldKind::Group, &layout)
 /// The layout of `Record`, which is `size` bytes long.
-#define RECORD_LAYOUT(Record, size, fields) record_layout<Record, size, fields>(#Record)
+#define RECORD_LAYOUT(Record, size, fields) platform::record_layout<Record, size, fields>(#Record)

@@ -9,10 +9,6 @@ int32_t call_without_record(const char* name) {
     return zu_ipc_call(name, nullptr, 0);
 }
 
-int32_t set_port_flow(const char* name, st_port_flow flow) {
-    return zu_ipc_call(name, &flow, sizeof(flow));
-}
-
 }  // namespace
 
 extern "C" {
@@ -40,15 +36,17 @@ int32_t zu_qos_init() {
 }
 
 int32_t zu_netif_set_dport_flow(uint32_t port, uint32_t index, uint32_t value) {
-    return set_port_flow(kSetDportFlowCall, {port, index, value});
+    st_port_flow flow = {port, index, value};
+    return call(platform::kSetDportFlow, flow);
 }
 
 int32_t zu_netif_set_sport_flow(uint32_t port, uint32_t index, uint32_t value) {
-    return set_port_flow(kSetSportFlowCall, {port, index, value});
+    st_port_flow flow = {port, index, value};
+    return call(platform::kSetSportFlow, flow);
 }
 
 int32_t zu_netif_set_cpu_rate(uint32_t rate) {
     st_cpu_rate record = {rate};
-    return zu_ipc_call(kSetCpuRateCall, &record, sizeof(record));
+    return call(platform::kSetCpuRate, record);
 }
 }

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
+namespace platform {
 namespace {
 
 using Bytes = std::span<const uint8_t>;
@@ -133,3 +134,5 @@ void append_hex(std::string& out, Bytes bytes) {
     for (const auto byte : bytes)
         append_format(out, "%02x", byte);
 }
+
+}  // namespace platform

@@ -9,6 +9,8 @@
 
 // Platform records as people read them.
 
+namespace platform {
+
 /// Appends the record's fields as `name=value`, separated by blanks: numbers in decimal, the
 /// elements of an array separated by commas, texts quoted, bytes in hexadecimal. Groups appear as
 /// `name[3].member=value`, those that are all zero are left out. `record` is `layout.size` long.
@@ -24,3 +26,5 @@ void append_quoted(std::string& out, std::string_view text);
 
 /// Appends two hexadecimal digits per byte.
 void append_hex(std::string& out, std::span<const uint8_t> bytes);
+
+}  // namespace platform

@@ -1,15 +1,11 @@
-// The declarations come before the library's headers, which turn most of the names into macros that
-// add the size of the destination where the compiler knows it; here it is always the caller's word.
 #include "platform/include/securec.h"
-
-#include <safeclib/safe_mem_lib.h>
-#include <safeclib/safe_str_lib.h>
 
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 
-// sscanf_s is the library's own.
+// What no bounded-function library does as the gateway's own does it; the rest stands in
+// securec/, once on a library and once without one.
 
 namespace {
 
@@ -25,23 +21,7 @@ int format_into(char* dest, size_t dest_size, const char* format, va_list argume
 
 extern "C" {
 
-int(memset_s)(void* dest, size_t dest_size, int value, size_t count) {
-    return memset_s(dest, dest_size, value, count);
-}
-
-int(memcpy_s)(void* dest, size_t dest_size, const void* src, size_t count) {
-    return memcpy_s(dest, dest_size, src, count);
-}
-
-int(strcpy_s)(char* dest, size_t dest_size, const char* src) {
-    return strcpy_s(dest, dest_size, src);
-}
-
-int(strncpy_s)(char* dest, size_t dest_size, const char* src, size_t count) {
-    return strncpy_s(dest, dest_size, src, count);
-}
-
-int(snprintf_s)(char* dest, size_t dest_size, size_t count, const char* format, ...) {
+int snprintf_s(char* dest, size_t dest_size, size_t count, const char* format, ...) {
     if (!dest || dest_size == 0) return -1;
     va_list arguments;
     va_start(arguments, format);
@@ -54,7 +34,7 @@ int(snprintf_s)(char* dest, size_t dest_size, size_t count, const char* format, 
     return -1;
 }
 
-int(sprintf_s)(char* dest, size_t dest_size, const char* format, ...) {
+int sprintf_s(char* dest, size_t dest_size, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
     const int length = format_into(dest, dest_size, format, arguments);
@@ -62,7 +42,7 @@ int(sprintf_s)(char* dest, size_t dest_size, const char* format, ...) {
     return length;
 }
 
-char*(strtok_s)(char* text, const char* delimiters, char** context) {
+char* strtok_s(char* text, const char* delimiters, char** context) {
     return strtok_r(text, delimiters, context);
 }
 }

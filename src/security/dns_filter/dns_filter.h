@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "core/outcome.h"
 #include "core/table.h"
 
 struct ubus_object;
@@ -16,26 +17,22 @@ struct ubus_object;
 // Operations return 0, IGD_CM_OPERATE_FAIL, IGD_CM_OPERATE_FULL, IGD_CM_GLOBAL_INPUT_PARA_ERROR or
 // one of the two codes below. Texts in records end with a NUL.
 
-/// The client's MAC address belongs to another rule.
-inline constexpr int32_t kDnsRuleMacTaken = -3;
-/// No rule has the index.
-inline constexpr int32_t kDnsRuleNotFound = -4;
-
-/// The rule that carries the list of domains.
-inline constexpr uint8_t kDnsListRule = 1;
-
-/// Bits of a rule's `ulBitmap`.
-inline constexpr uint32_t kDnsRuleEnable = 1u << 0;
-inline constexpr uint32_t kDnsRuleMac = 1u << 1;
-inline constexpr uint32_t kDnsRuleDomain = 1u << 2;
-inline constexpr uint32_t kDnsRuleAction = 1u << 3;
-inline constexpr uint32_t kDnsRuleName = 1u << 4;
-inline constexpr uint32_t kDnsRuleMode = 1u << 5;
-inline constexpr uint32_t kDnsRuleHostList = 1u << 6;
-inline constexpr uint32_t kDnsRuleWeekdays = 1u << 7;
-inline constexpr uint32_t kDnsRuleTime = 1u << 8;
-
 struct IgdDnsFilterConfigTab {
+    /// Bits of `ulBitmap`.
+    enum : uint32_t {
+        Enable = 1u << 0,
+        Mac = 1u << 1,
+        Domain = 1u << 2,
+        Action = 1u << 3,
+        Name = 1u << 4,
+        Mode = 1u << 5,
+        HostList = 1u << 6,
+        Weekdays = 1u << 7,
+        Time = 1u << 8,
+        /// Of a row that is read, by agreement.
+        Stored = Enable | Mac,
+    };
+
     uint8_t ucIndex;
     uint8_t ucEnable;  ///< 1: on
     uint8_t ucAction;  ///< 0 to 2, the platform's own numbering
@@ -53,19 +50,16 @@ static_assert(sizeof(IgdDnsFilterConfigTab) == 520);
 
 /// A domain on the list.
 struct IgdSecurDnsFilterListTab {
+    /// Bits of `ulBitmap`.
+    enum : uint32_t { Domain = 1u << 0, All = 65535 };
+
     uint32_t ulIndex;  ///< 1 upwards
     char aucFilterDomain[256];
-    uint32_t ulBitmap;  ///< 1 domain
+    uint32_t ulBitmap;
 };
 
 inline constexpr uint32_t IGD_DNS_FILTER_CONFIG_TAB = 693;
 inline constexpr uint32_t IGD_SECUR_DNS_FILTER_LIST_TAB = 800;
-
-extern const Table dns_filter_config_table;
-extern const Table dns_filter_list_table;
-
-/// Enters the two tables into the registry.
-int32_t register_dns_filter_tables();
 
 /// Switches the rule with the request's index on: platform first, then its host list is emptied,
 /// then the request's enable flag is stored. IGD_CM_OPERATE_FULL when there are exactly 100 rules,
@@ -113,5 +107,32 @@ int32_t igdCmSecureDnsFilterListReload();
 /// was written.
 int32_t igdCmSecureDnsFilterListInit();
 
+namespace appcfg {
+
+/// The client's MAC address belongs to another rule.
+inline constexpr int32_t kDnsRuleMacTaken = -3;
+/// No rule has the index.
+inline constexpr int32_t kDnsRuleNotFound = -4;
+
+/// The rule that carries the list of domains.
+inline constexpr uint8_t kDnsListRule = 1;
+
+extern const TableOf<IgdDnsFilterConfigTab> dns_filter_config_table;
+extern const TableOf<IgdSecurDnsFilterListTab> dns_filter_list_table;
+
+/// Enters the two tables into the registry.
+int32_t register_dns_filter_tables();
+
+/// Replays rules and domains. The platform's service is not set up anew, unlike other filters': it
+/// keeps what a rule has learned from a request and no row has stored.
+void dns_filter_replay();
+
+/// Switches the list's rule on or off as a front end asks for it. Each switch empties the list:
+/// front ends give their domains anew after switching on. A wish that is already true, or is
+/// neither, changes nothing.
+Outcome switch_dns_filter(IgdDnsFilterConfigTab& wanted);
+
 /// The bus object `app_dnsfilter`.
 ubus_object* dns_filter_bus_object();
+
+}  // namespace appcfg

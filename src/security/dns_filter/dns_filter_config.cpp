@@ -5,30 +5,33 @@
 #include "core/bounded.h"
 #include "core/log.h"
 #include "core/result.h"
+#include "core/rows.h"
+#include "records/dns_filter.h"
 #include "security/dns_filter/dns_filter.h"
-#include "security/dns_filter/dns_filter_platform.h"
 #include "security/dns_filter/dns_filter_testing.h"
 #include "security/dns_filter/host_list_file.h"
-#include "zu_ipc.h"
 #include "zu_os.h"
 
-constinit DnsFilterFiles dns_filter_files{.host_list = "/tmp/cgi_dnsfilter",
-                                          .rule_host_list = kDnsFilterRuleHostList};
+using namespace appcfg;
+using namespace platform;
+
+constinit DnsFilterFiles appcfg::dns_filter_files{.host_list = "/tmp/cgi_dnsfilter",
+                                                  .rule_host_list = kDnsFilterRuleHostList};
 
 namespace {
 
 using Rule = IgdDnsFilterConfigTab;
 
-constexpr uint32_t kHostsBits = kDnsRuleDomain | kDnsRuleHostList;
+constexpr uint32_t kHostsBits = Rule::Domain | Rule::HostList;
 
 /// Which bits of a rule's bitmap make the platform change what. A name is of no use to it.
 constexpr struct {
     uint32_t selected;
     uint32_t changed;
 } kChanges[] = {
-    {kDnsRuleEnable, kDnsFilterSetEnable}, {kHostsBits, kDnsFilterSetHosts},
-    {kDnsRuleMac, kDnsFilterSetMac},       {kDnsRuleMode, kDnsFilterSetMode},
-    {kDnsRuleAction, kDnsFilterSetAction}, {kDnsRuleWeekdays | kDnsRuleTime, kDnsFilterSetTime},
+    {Rule::Enable, kDnsFilterSetEnable}, {kHostsBits, kDnsFilterSetHosts},
+    {Rule::Mac, kDnsFilterSetMac},       {Rule::Mode, kDnsFilterSetMode},
+    {Rule::Action, kDnsFilterSetAction}, {Rule::Weekdays | Rule::Time, kDnsFilterSetTime},
 };
 
 uint32_t set_mask(uint32_t bitmap) {
@@ -66,17 +69,13 @@ st_item item_of(const Rule& rule) {
     return item;
 }
 
-int32_t call_short(const char* name, st_item& item) {
-    return zu_ipc_call(name, &item, kDnsFilterShortItemLayout.size);
-}
-
 int32_t find_rule(uint8_t index, Rule& rule) {
-    return find_index(IGD_DNS_FILTER_CONFIG_TAB, rule, &Rule::ucIndex, index);
+    return find_index(dns_filter_config_table, rule, &Rule::ucIndex, index);
 }
 
 bool is_mac_taken(const Rule& request) {
     Rule rule;
-    return find_row(IGD_DNS_FILTER_CONFIG_TAB, rule, [&](const Rule& other) {
+    return find_row(dns_filter_config_table, rule, [&](const Rule& other) {
                return other.ucIndex != request.ucIndex &&
                       zu_os_strcmp(other.aucMACAddress, request.aucMACAddress) == 0;
            }) >= 0;
@@ -89,10 +88,10 @@ bool fits(const char (&text)[Size]) {
 
 bool has_valid_texts(const Rule& request) {
     const uint32_t bitmap = request.ulBitmap;
-    if (bitmap & kDnsRuleDomain && request.aucDomain[0] == '\0') return false;
-    if (bitmap & kDnsRuleHostList && access(request.aucHostListName, R_OK) != 0) return false;
-    if (bitmap & kDnsRuleWeekdays && !fits(request.aucWeekdays)) return false;
-    return !(bitmap & kDnsRuleTime) || fits(request.aucTime);
+    if (bitmap & Rule::Domain && request.aucDomain[0] == '\0') return false;
+    if (bitmap & Rule::HostList && access(request.aucHostListName, R_OK) != 0) return false;
+    if (bitmap & Rule::Weekdays && !fits(request.aucWeekdays)) return false;
+    return !(bitmap & Rule::Time) || fits(request.aucTime);
 }
 
 bool write_domain(const Rule& rule) {
@@ -105,7 +104,7 @@ bool write_domain(const Rule& rule) {
 
 int32_t igdCmDnsFilterConfigAdd(Rule* request, uint32_t size) {
     if (!is_record(request, size)) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
-    const int32_t lTotalNum = mib_chain_total(IGD_DNS_FILTER_CONFIG_TAB);
+    const int32_t lTotalNum = count_rows(dns_filter_config_table);
     if (lTotalNum == kListCapacity) {
         SECURITY_LOG("mib_chain_total failed lTotalNum %d\n\r\n", lTotalNum);
         return IGD_CM_OPERATE_FULL;
@@ -118,14 +117,14 @@ int32_t igdCmDnsFilterConfigAdd(Rule* request, uint32_t size) {
         return kDnsRuleNotFound;
     }
     st_item item = item_with_index(request->ucIndex);
-    if (call_short(kDnsFilterAddCall, item) != 0) {
+    if (call(kDnsFilterAdd, item) != 0) {
         SECURITY_LOG("call zu_sal_sec_dns_filter_add is fail.\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
     const RuleHostListPath path(request->ucIndex);
     if (!HostListFile(path.text).publish()) return IGD_CM_OPERATE_FAIL;
     rule.ucEnable = request->ucEnable;
-    if (!mib_chain_update(IGD_DNS_FILTER_CONFIG_TAB, &rule, position)) {
+    if (!write_row(dns_filter_config_table, position, rule)) {
         SECURITY_LOG("mib_chain_update IGD_DNS_FILTER_CONFIG_TAB is fail\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
@@ -138,16 +137,16 @@ int32_t igdCmDnsFilterConfigDel(Rule* request, uint32_t size) {
     const int32_t position = find_rule(request->ucIndex, rule);
     if (position < 0) {
         SECURITY_LOG("cannot find the index(%d), lTotalNum = %d\n\r\n", request->ucIndex,
-                     mib_chain_total(IGD_DNS_FILTER_CONFIG_TAB));
+                     count_rows(dns_filter_config_table));
         return kDnsRuleNotFound;
     }
     st_item item = item_with_index(request->ucIndex);
-    if (call_short(kDnsFilterDelCall, item) != 0) {
+    if (call(kDnsFilterDel, item) != 0) {
         SECURITY_LOG("call zu_sal_sec_dns_filter_del is fail.\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
     rule.ucEnable = 0;
-    if (!mib_chain_update(IGD_DNS_FILTER_CONFIG_TAB, &rule, position)) {
+    if (!write_row(dns_filter_config_table, position, rule)) {
         SECURITY_LOG("mib_chain_update IGD_DNS_FILTER_CONFIG_TAB is fail\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
@@ -166,28 +165,28 @@ int32_t igdCmDnsFilterConfigSet(Rule* request, uint32_t size) {
     Rule rule;
     const int32_t position = find_rule(request->ucIndex, rule);
     if (position < 0) return IGD_CM_OPERATE_FAIL;
-    if (!selected_in_range(dns_filter_config_table, request) || !has_valid_texts(*request)) {
+    if (!selected_in_range(dns_filter_config_table, *request) || !has_valid_texts(*request)) {
         SECURITY_LOG("error: IGD_CM_GLOBAL_INPUT_PARA_ERROR.\t\n\r\n");
         return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
     }
-    if (!mib_chain_get(IGD_DNS_FILTER_CONFIG_TAB, position, &rule)) {
+    if (!read_row(dns_filter_config_table, position, rule)) {
         SECURITY_LOG("mib_chain_get IGD_DNS_FILTER_CONFIG_TAB is fail.\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
-    merge_selected(dns_filter_config_table, &rule, request);
-    if (request->ulBitmap & kDnsRuleDomain && !write_domain(rule)) return IGD_CM_OPERATE_FAIL;
-    if (request->ulBitmap & kDnsRuleHostList &&
+    merge_selected(dns_filter_config_table, rule, *request);
+    if (request->ulBitmap & Rule::Domain && !write_domain(rule)) return IGD_CM_OPERATE_FAIL;
+    if (request->ulBitmap & Rule::HostList &&
         copy_dnsfilter_file(rule.aucHostListName, RuleHostListPath(rule.ucIndex).text) != 0) {
         SECURITY_LOG("error: do copy_dnsfilter_file fail\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
     st_item item = item_of(rule);
     item.Bitmap = set_mask(request->ulBitmap);
-    if (item.Bitmap != 0 && zu_ipc_call(kDnsFilterSetCall, &item, sizeof(item)) != 0) {
+    if (item.Bitmap != 0 && call(kDnsFilterSet, item) != 0) {
         SECURITY_LOG("call zu_sal_sec_dns_filter_set is fail.\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
-    mib_chain_update(IGD_DNS_FILTER_CONFIG_TAB, &rule, position);
+    write_row(dns_filter_config_table, position, rule);
     return 0;
 }
 
@@ -196,12 +195,12 @@ int32_t igdCmDnsFilterConfigGet(Rule* request, uint32_t size) {
     Rule rule;
     if (find_rule(request->ucIndex, rule) < 0) {
         SECURITY_LOG("cannot find the index(%d), lTotalNum = %d\n\r\n", request->ucIndex,
-                     mib_chain_total(IGD_DNS_FILTER_CONFIG_TAB));
+                     count_rows(dns_filter_config_table));
         return kDnsRuleNotFound;
     }
     copy_record(*request, rule);
     st_item item = item_with_index(rule.ucIndex);
-    if (zu_ipc_call(kDnsFilterGetCall, &item, sizeof(item)) != 0) {
+    if (call(kDnsFilterGet, item) != 0) {
         SECURITY_LOG("call zu_sal_sec_dns_filter_get is fail.\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
@@ -209,17 +208,17 @@ int32_t igdCmDnsFilterConfigGet(Rule* request, uint32_t size) {
 }
 
 int32_t igdCmDnsFilterConfigInit() {
-    const int32_t total = mib_chain_total(IGD_DNS_FILTER_CONFIG_TAB);
+    const int32_t total = count_rows(dns_filter_config_table);
     uint32_t mask = 0;  // what one row selects is set for all that follow, too
     for (int32_t position = 0; position < total; ++position) {
         Rule rule;
-        if (!mib_chain_get(IGD_DNS_FILTER_CONFIG_TAB, position, &rule)) continue;
+        if (!read_row(dns_filter_config_table, position, rule)) continue;
         st_item item = item_of(rule);
-        if (call_short(kDnsFilterAddCall, item) != 0)
+        if (call(kDnsFilterAdd, item) != 0)
             SECURITY_LOG("############ zu_sal_sec_dns_filter_add Failed ############\n\r\n");
         mask |= set_mask(rule.ulBitmap);
         item.Bitmap = mask;
-        if (mask != 0 && zu_ipc_call(kDnsFilterSetCall, &item, sizeof(item)) != 0)
+        if (mask != 0 && call(kDnsFilterSet, item) != 0)
             SECURITY_LOG("call zu_sal_sec_dns_filter_set is fail.\t\n\r\n");
     }
     return 0;

@@ -5,10 +5,13 @@
 #include "core/bounded.h"
 #include "core/log.h"
 #include "core/result.h"
+#include "core/rows.h"
 #include "security/dns_filter/dns_filter.h"
 #include "security/dns_filter/dns_filter_testing.h"
 #include "security/dns_filter/host_list_file.h"
 #include "zu_os.h"
+
+using namespace appcfg;
 
 namespace {
 
@@ -18,12 +21,12 @@ using Entry = IgdSecurDnsFilterListTab;
 using Rule = IgdDnsFilterConfigTab;
 
 int32_t find_entry(uint32_t index, Entry& entry) {
-    return find_index(IGD_SECUR_DNS_FILTER_LIST_TAB, entry, &Entry::ulIndex, index);
+    return find_index(dns_filter_list_table, entry, &Entry::ulIndex, index);
 }
 
 bool is_listed(const char* domain) {
     Entry entry;
-    return find_row(IGD_SECUR_DNS_FILTER_LIST_TAB, entry, [=](const Entry& e) {
+    return find_row(dns_filter_list_table, entry, [=](const Entry& e) {
                return zu_os_strcmp(e.aucFilterDomain, domain) == 0;
            }) >= 0;
 }
@@ -35,15 +38,15 @@ bool has_line_end(const char* text) {
 
 bool is_filter_on() {
     Rule rule;
-    return find_row(IGD_DNS_FILTER_CONFIG_TAB, rule,
-                    [](const Rule& r) { return r.ucEnable == 1; }) >= 0;
+    return find_row(dns_filter_config_table, rule, [](const Rule& r) { return r.ucEnable == 1; }) >=
+           0;
 }
 
 /// Appends all domains; their number, -1 when one cannot be written.
 int32_t append_domains(HostListFile& file) {
     int32_t count = 0;
     Entry entry;
-    const int32_t failed = find_row(IGD_SECUR_DNS_FILTER_LIST_TAB, entry, [&](const Entry& e) {
+    const int32_t failed = find_row(dns_filter_list_table, entry, [&](const Entry& e) {
         if (e.aucFilterDomain[0] == '\0') return false;
         ++count;
         return !file.append_domain(e.aucFilterDomain);
@@ -62,7 +65,7 @@ int32_t hand_over(const char* operation) {
     rule.ucIndex = kDnsListRule;
     rule.ucEnable = 1;
     copy_text(rule.aucHostListName, dns_filter_files.host_list);
-    rule.ulBitmap = kDnsRuleEnable | kDnsRuleHostList;
+    rule.ulBitmap = Rule::Enable | Rule::HostList;
     const int32_t ret = igdCmDnsFilterConfigSet(&rule, sizeof(rule));
     if (ret == 0) return 0;
     SECURITY_LOG_AS(operation, "igdCmDnsFilterConfigSet fail, ret = %d\r\n\r\n", ret);
@@ -74,15 +77,15 @@ int32_t hand_over(const char* operation) {
 int32_t igdCmSecureDnsFilterListAdd(Entry* request, uint32_t size) {
     if (!is_record(request, size) || has_line_end(request->aucFilterDomain))
         return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
-    if (mib_chain_total(IGD_SECUR_DNS_FILTER_LIST_TAB) == kListCapacity) return IGD_CM_OPERATE_FULL;
+    if (count_rows(dns_filter_list_table) == kListCapacity) return IGD_CM_OPERATE_FULL;
     if (is_listed(request->aucFilterDomain)) {
         SECURITY_LOG("aucFilterDomain[%s] has same item, return\t\n\r\n", request->aucFilterDomain);
         return IGD_CM_OPERATE_FAIL;
     }
     Entry entry = *request;
-    entry.ulIndex = next_index(IGD_SECUR_DNS_FILTER_LIST_TAB, &Entry::ulIndex);
+    entry.ulIndex = next_index(dns_filter_list_table, &Entry::ulIndex);
     SECURITY_LOG("add new index[%d] to mib\t\n\r\n", entry.ulIndex);
-    if (!mib_chain_add(IGD_SECUR_DNS_FILTER_LIST_TAB, &entry)) {
+    if (!add_row(dns_filter_list_table, entry)) {
         SECURITY_LOG("mib_chain_add IGD_SECUR_DNS_FILTER_LIST_TAB fail, entry.ulIndex = %d\t\n\r\n",
                      entry.ulIndex);
         return IGD_CM_OPERATE_FAIL;
@@ -99,19 +102,19 @@ int32_t igdCmSecureDnsFilterListDel(Entry* request, uint32_t size) {
         SECURITY_LOG("not found index(%d), return\t\n\r\n", request->ulIndex);
         return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
     }
-    if (!mib_chain_delete(IGD_SECUR_DNS_FILTER_LIST_TAB, position))
+    if (!delete_row(dns_filter_list_table, position))
         SECURITY_LOG("mib_chain_delete IGD_SECUR_DNS_FILTER_LIST_TAB if fail.\t\n\r\n");
     return igdCmSecureDnsFilterListReload();
 }
 
 int32_t igdCmSecureDnsFilterListDelAll() {
-    const int32_t total = mib_chain_total(IGD_SECUR_DNS_FILTER_LIST_TAB);
+    const int32_t total = count_rows(dns_filter_list_table);
     if (total == 0) {
         SECURITY_LOG("DNS Filter list table is empty !\r\n\r\n");
         return 0;
     }
     for (int32_t i = total - 1; i >= 0; --i)
-        if (!mib_chain_delete(IGD_SECUR_DNS_FILTER_LIST_TAB, i))
+        if (!delete_row(dns_filter_list_table, i))
             SECURITY_LOG("mib_chain_delete IGD_SECUR_DNS_FILTER_LIST_TAB fail, i = %d\t\n\r\n", i);
     return igdCmSecureDnsFilterListReload();
 }
@@ -125,8 +128,8 @@ int32_t igdCmSecureDnsFilterListSet(Entry* request, uint32_t size) {
     Entry entry;
     const int32_t position = find_entry(request->ulIndex, entry);
     if (position < 0) return IGD_CM_OPERATE_FAIL;
-    merge_selected(dns_filter_list_table, &entry, request);
-    if (!mib_chain_update(IGD_SECUR_DNS_FILTER_LIST_TAB, &entry, position)) {
+    merge_selected(dns_filter_list_table, entry, *request);
+    if (!write_row(dns_filter_list_table, position, entry)) {
         SECURITY_LOG("mib_chain_update IGD_SECUR_DNS_FILTER_LIST_TAB failed !\r\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
@@ -134,9 +137,9 @@ int32_t igdCmSecureDnsFilterListSet(Entry* request, uint32_t size) {
 }
 
 int32_t igdCmSecureDnsFilterListReload() {
-    if (mib_chain_total(IGD_DNS_FILTER_CONFIG_TAB) == 0)
+    if (count_rows(dns_filter_config_table) == 0)
         SECURITY_LOG("DNS Filter config table is empty !\r\n\r\n");
-    if (mib_chain_total(IGD_SECUR_DNS_FILTER_LIST_TAB) == 0)
+    if (count_rows(dns_filter_list_table) == 0)
         SECURITY_LOG("DNS Filter list table is empty !\r\n\r\n");
     const char* path = dns_filter_files.host_list;
     unlink(path);
@@ -149,9 +152,9 @@ int32_t igdCmSecureDnsFilterListReload() {
 }
 
 int32_t igdCmSecureDnsFilterListInit() {
-    if (mib_chain_total(IGD_DNS_FILTER_CONFIG_TAB) == 0)
+    if (count_rows(dns_filter_config_table) == 0)
         SECURITY_LOG("DNS Filter config table is empty !\r\n\r\n");
-    if (mib_chain_total(IGD_SECUR_DNS_FILTER_LIST_TAB) == 0) {
+    if (count_rows(dns_filter_list_table) == 0) {
         SECURITY_LOG("DNS Filter list table is empty !\r\n\r\n");
         return 0;
     }

@@ -1,5 +1,6 @@
 #include "security/dns_filter/dns_filter.h"
 
+namespace appcfg {
 namespace {
 
 constexpr char kPackage[] = "app_dnsfilter";
@@ -8,15 +9,15 @@ using Rule = IgdDnsFilterConfigTab;
 
 constexpr Column kRuleColumns[] = {
     COLUMN(Rule, ucIndex).only_added(),
-    COLUMN(Rule, ucEnable).stored_as("ucDnsFilterEnable").bit(0).at_most(1),
-    COLUMN(Rule, ucAction).unstored().bit(3).at_most(2),
-    COLUMN(Rule, ucMode).unstored().bit(5).at_most(1),
-    COLUMN(Rule, aucName).unstored().bit(4),
-    COLUMN(Rule, aucMACAddress).unstored().bit(1),
-    COLUMN(Rule, aucDomain).unstored().bit(2),
-    COLUMN(Rule, aucHostListName).unstored().bit(6),
-    COLUMN(Rule, aucWeekdays).unstored().bit(7),
-    COLUMN(Rule, aucTime).unstored().bit(8),
+    COLUMN(Rule, ucEnable).stored_as("ucDnsFilterEnable").bit(Rule::Enable).at_most(1),
+    COLUMN(Rule, ucAction).unstored().bit(Rule::Action).at_most(2),
+    COLUMN(Rule, ucMode).unstored().bit(Rule::Mode).at_most(1),
+    COLUMN(Rule, aucName).unstored().bit(Rule::Name),
+    COLUMN(Rule, aucMACAddress).unstored().bit(Rule::Mac),
+    COLUMN(Rule, aucDomain).unstored().bit(Rule::Domain),
+    COLUMN(Rule, aucHostListName).unstored().bit(Rule::HostList),
+    COLUMN(Rule, aucWeekdays).unstored().bit(Rule::Weekdays),
+    COLUMN(Rule, aucTime).unstored().bit(Rule::Time),
     FILLER(Rule, aucReserved),
 };
 
@@ -24,16 +25,17 @@ using Entry = IgdSecurDnsFilterListTab;
 
 constexpr Column kListColumns[] = {
     COLUMN(Entry, ulIndex).only_added(),
-    COLUMN(Entry, aucFilterDomain).only_added().bit(0),
+    COLUMN(Entry, aucFilterDomain).only_added().bit(Entry::Domain),
 };
 
 }  // namespace
 
-constexpr Table dns_filter_config_table = make_table<Rule>(
-    IGD_DNS_FILTER_CONFIG_TAB, kPackage, "IGD_DNS_FILTER_CONFIG_TAB", kRuleColumns, 3);
+constexpr TableOf<Rule> dns_filter_config_table = make_table<Rule>(
+    IGD_DNS_FILTER_CONFIG_TAB, kPackage, "IGD_DNS_FILTER_CONFIG_TAB", kRuleColumns, Rule::Stored);
 
-constexpr Table dns_filter_list_table = make_table<Entry>(
-    IGD_SECUR_DNS_FILTER_LIST_TAB, kPackage, "IGD_SECUR_DNS_FILTER_LIST_TAB", kListColumns, 65535);
+constexpr TableOf<Entry> dns_filter_list_table =
+    make_table<Entry>(IGD_SECUR_DNS_FILTER_LIST_TAB, kPackage, "IGD_SECUR_DNS_FILTER_LIST_TAB",
+                      kListColumns, Entry::All);
 
 int32_t register_dns_filter_tables() {
     static constexpr TableDescriptor kDescriptors[] = {
@@ -42,3 +44,5 @@ int32_t register_dns_filter_tables() {
     };
     return mib_chain_register(kDescriptors, std::size(kDescriptors));
 }
+
+}  // namespace appcfg

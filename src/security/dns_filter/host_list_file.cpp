@@ -9,6 +9,7 @@
 
 #include "securec.h"
 
+namespace appcfg {
 namespace {
 
 constexpr mode_t kMode = 0644;
@@ -65,3 +66,5 @@ int32_t copy_dnsfilter_file(const char* source, const char* destination) {
     close(fd);
     return copied ? 0 : -1;
 }
+
+}  // namespace appcfg

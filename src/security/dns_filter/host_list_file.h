@@ -7,6 +7,8 @@
 // is complete, so that whoever reads a list finds the old one, the new one or none, but never half
 // of one; and what others may have put under its name in /tmp is replaced, never written through.
 
+namespace appcfg {
+
 /// A host list in the making, to stand at `path`, which must live as long.
 class HostListFile {
   public:
@@ -35,3 +37,5 @@ class HostListFile {
 /// Makes the file at `destination` a copy of the one at `source`; -1 when it cannot, or when either
 /// of them does not exist. A symbolic link is no source.
 [[nodiscard]] int32_t copy_dnsfilter_file(const char* source, const char* destination);
+
+}  // namespace appcfg

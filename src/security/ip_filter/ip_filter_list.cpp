@@ -3,9 +3,12 @@
 #include "core/bounded.h"
 #include "core/log.h"
 #include "core/result.h"
+#include "core/rows.h"
 #include "security/ip_filter/ip_filter.h"
 #include "security/ip_filter/ip_filter_platform.h"
-#include "zu_ipc.h"
+
+using namespace appcfg;
+using namespace platform;
 
 namespace {
 
@@ -25,29 +28,8 @@ bool has_addresses(const Rule& rule) {
            is_address(rule.aucWanIPStart) && is_address(rule.aucWanIPEnd);
 }
 
-st_filter_list __IpFliter2SalIpFliterFormat(const Rule& rule) {
-    st_filter_list item;
-    zero(item);
-    item.em_type = rule.ucIPFilterProtocol;
-    item.em_dir = rule.ucIPFilterDir;
-    item.ui_dst_sport = rule.ulWanPortStart;
-    item.ui_dst_eport = rule.ulWanPortEnd;
-    item.ui_src_sport = rule.ulLanPortStart;
-    item.ui_src_eport = rule.ulLanPortEnd;
-    copy_text(item.ac_dst_sip, rule.aucWanIPStart);
-    copy_text(item.ac_dst_eip, rule.aucWanIPEnd);
-    copy_text(item.ac_src_sip, rule.aucLanIPStart);
-    copy_text(item.ac_src_eip, rule.aucLanIPEnd);
-    return item;
-}
-
-int32_t call_platform(const char* name, const Rule& rule) {
-    st_filter_list item = __IpFliter2SalIpFliterFormat(rule);
-    return zu_ipc_call(name, &item, sizeof(item));
-}
-
 int32_t find_rule(uint8_t index, Rule& rule) {
-    return find_index(IGD_SECUR_IP_FILTER_LIST_TAB, rule, &Rule::ucIndex, index);
+    return find_index(ip_filter_list_table, rule, &Rule::ucIndex, index);
 }
 
 }  // namespace
@@ -55,19 +37,19 @@ int32_t find_rule(uint8_t index, Rule& rule) {
 int32_t igdCmSecureIPFilterListAdd(Rule* request, uint32_t size) {
     if (!is_record(request, size) || !has_addresses(*request))
         return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
-    if (mib_chain_total(IGD_SECUR_IP_FILTER_LIST_TAB) == kListCapacity) {
+    if (count_rows(ip_filter_list_table) == kListCapacity) {
         SECURITY_LOG("ip filter list is full !\r\n\r\n");
         return IGD_CM_OPERATE_FULL;
     }
     Rule rule = *request;
-    rule.ucIndex = next_index(IGD_SECUR_IP_FILTER_LIST_TAB, &Rule::ucIndex);
-    if (const int32_t lRet = call_platform(kIpFilterRuleAddCall, rule); lRet != 0) {
+    rule.ucIndex = next_index(ip_filter_list_table, &Rule::ucIndex);
+    if (const int32_t lRet = call_rule(kIpFilterRuleAdd, rule); lRet != 0) {
         SECURITY_LOG("Warnning call zu_sal_ipfilter_rule_add failed with lRet [%08x].\t\n\r\n",
                      static_cast<uint32_t>(lRet));
         return IGD_CM_OPERATE_FAIL;
     }
     int32_t result = 0;
-    if (mib_chain_add(IGD_SECUR_IP_FILTER_LIST_TAB, &rule)) {
+    if (add_row(ip_filter_list_table, rule)) {
         request->ucIndex = rule.ucIndex;
     } else {
         SECURITY_LOG("mib_chain_add IGD_SECUR_IP_FILTER_LIST_TAB failed !\r\n\r\n");
@@ -86,13 +68,13 @@ int32_t igdCmSecureIPFilterListDel(Rule* request, uint32_t size) {
         SECURITY_LOG("can't find this ip filter list !\r\n\r\n");
         return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
     }
-    if (const int32_t lRet = call_platform(kIpFilterRuleDelCall, rule); lRet != 0) {
+    if (const int32_t lRet = call_rule(kIpFilterRuleDel, rule); lRet != 0) {
         SECURITY_LOG("call zu_sal_ipfilter_rule_del failed with lRet [%08x].\t\n\r\n",
                      static_cast<uint32_t>(lRet));
         return IGD_CM_OPERATE_FAIL;
     }
     int32_t result = 0;
-    if (!mib_chain_delete(IGD_SECUR_IP_FILTER_LIST_TAB, position)) {
+    if (!delete_row(ip_filter_list_table, position)) {
         SECURITY_LOG("mib_chain_delete IGD_SECUR_IP_FILTER_LIST_TAB failed !\r\n\r\n");
         result = IGD_CM_OPERATE_FAIL;
     }
@@ -110,38 +92,31 @@ int32_t igdCmSecureIPFilterListSet(Rule* request, uint32_t size) {
         SECURITY_LOG("not found index, return IGD_CM_OPERATE_FAIL\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
-    if (!mib_chain_get(IGD_SECUR_IP_FILTER_LIST_TAB, position, &old)) {
+    if (!read_row(ip_filter_list_table, position, old)) {
         SECURITY_LOG("mib_chain_get IGD_SECUR_IP_FILTER_LIST_TAB is fail.\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
     Rule merged = old;
-    merge_selected(ip_filter_list_table, &merged, request);
-    if (const int32_t lRet = call_platform(kIpFilterRuleAddCall, merged); lRet != 0) {
+    merge_selected(ip_filter_list_table, merged, *request);
+    if (const int32_t lRet = call_rule(kIpFilterRuleAdd, merged); lRet != 0) {
         SECURITY_LOG("Warnning call zu_sal_ipfilter_rule_add failed with lRet [%08x].\t\n\r\n",
                      static_cast<uint32_t>(lRet));
         return IGD_CM_OPERATE_FAIL;
     }
     // The row becomes the request as it came: front ends always send whole rules.
-    if (!mib_chain_update(IGD_SECUR_IP_FILTER_LIST_TAB, request, position)) {
+    if (!write_row(ip_filter_list_table, position, *request)) {
         SECURITY_LOG("mib_chain_update IGD_SECUR_IP_FILTER_LIST_TAB failed !\r\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
-    static_cast<void>(call_platform(kIpFilterRuleDelCall, old));
+    static_cast<void>(call_rule(kIpFilterRuleDel, old));
     return 0;
 }
 
-int32_t igdCmSecureIPFilterListInit() {
-    SECURITY_LOG("############ Security IP Filter List Table Init Start ############\n\r\n");
-    const int32_t total = mib_chain_total(IGD_SECUR_IP_FILTER_LIST_TAB);
-    if (total == 0) SECURITY_LOG("IP Filte list table is empty !\r\n\r\n");
-    for (int32_t position = 0; position < total; ++position) {
-        Rule rule;
-        if (!mib_chain_get(IGD_SECUR_IP_FILTER_LIST_TAB, position, &rule)) {
-            SECURITY_LOG("IP Filte list Get Fail %d !\r\n\r\n", position);
-            continue;
-        }
-        static_cast<void>(call_platform(kIpFilterRuleAddCall, rule));
-    }
-    SECURITY_LOG("############ Security IP Filter List Table Init End ############\n\r\n");
-    return 0;
+void appcfg::widen_ports_without_protocol(Rule& request) {
+    /// Protocol numbers whose only possible bit is this one have no ports: 0 and 4.
+    constexpr uint8_t kPortlessBit = 1u << 2;
+    constexpr uint32_t kLargestPort = 65535;
+    if (request.ucIPFilterProtocol & ~kPortlessBit) return;
+    request.ulLanPortStart = request.ulWanPortStart = 0;
+    request.ulLanPortEnd = request.ulWanPortEnd = kLargestPort;
 }

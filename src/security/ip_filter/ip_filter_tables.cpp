@@ -1,5 +1,6 @@
 #include "security/ip_filter/ip_filter.h"
 
+namespace appcfg {
 namespace {
 
 constexpr char kPackage[] = "app_ipfilter";
@@ -8,11 +9,15 @@ using Attr = IgdSecurIpFilterAttrTab;
 
 constexpr Column kAttrColumns[] = {
     COLUMN(Attr, ulReserved).unstored(),
-    COLUMN(Attr, ucUpFilterEnable).stored_as("ucIPFilterEnable").bit(0).at_most(1),
-    COLUMN(Attr, ucUpListType).stored_as("ucIPFilterUpMode").bit(1).at_most(1),
-    COLUMN(Attr, ucDirFlag).unstored().bit(2).at_most(1),
-    COLUMN(Attr, ucDownFilterEnable).stored_as("ucIPFilterEnable").only_read().bit(3).at_most(1),
-    COLUMN(Attr, ucDownListType).stored_as("ucIPFilterDownMode").bit(4).at_most(1),
+    COLUMN(Attr, ucUpFilterEnable).stored_as("ucIPFilterEnable").bit(Attr::UpEnable).at_most(1),
+    COLUMN(Attr, ucUpListType).stored_as("ucIPFilterUpMode").bit(Attr::UpListType).at_most(1),
+    COLUMN(Attr, ucDirFlag).unstored().bit(Attr::DirFlag).at_most(1),
+    COLUMN(Attr, ucDownFilterEnable)
+        .stored_as("ucIPFilterEnable")
+        .only_read()
+        .bit(Attr::DownEnable)
+        .at_most(1),
+    COLUMN(Attr, ucDownListType).stored_as("ucIPFilterDownMode").bit(Attr::DownListType).at_most(1),
     FILLER(Attr, aucReserved),
 };
 
@@ -20,26 +25,28 @@ using Rule = IgdSecurIpFilterListTab;
 
 constexpr Column kRuleColumns[] = {
     COLUMN(Rule, ucIndex),
-    COLUMN(Rule, ucIPFilterDir).bit(9),
-    COLUMN(Rule, ucIPFilterProtocol).bit(0),
-    COLUMN(Rule, aucLanIPStart).bit(1),
-    COLUMN(Rule, aucLanIPEnd).bit(2),
-    COLUMN(Rule, aucWanIPStart).bit(3),
-    COLUMN(Rule, aucWanIPEnd).bit(4),
+    COLUMN(Rule, ucIPFilterDir).bit(Rule::Direction),
+    COLUMN(Rule, ucIPFilterProtocol).bit(Rule::Protocol),
+    COLUMN(Rule, aucLanIPStart).bit(Rule::LanIpStart),
+    COLUMN(Rule, aucLanIPEnd).bit(Rule::LanIpEnd),
+    COLUMN(Rule, aucWanIPStart).bit(Rule::WanIpStart),
+    COLUMN(Rule, aucWanIPEnd).bit(Rule::WanIpEnd),
     FILLER(Rule, aucReserved),
-    COLUMN(Rule, ulLanPortStart).bit(5),
-    COLUMN(Rule, ulLanPortEnd).bit(6),
-    COLUMN(Rule, ulWanPortStart).bit(7),
-    COLUMN(Rule, ulWanPortEnd).bit(8),
+    COLUMN(Rule, ulLanPortStart).bit(Rule::LanPortStart),
+    COLUMN(Rule, ulLanPortEnd).bit(Rule::LanPortEnd),
+    COLUMN(Rule, ulWanPortStart).bit(Rule::WanPortStart),
+    COLUMN(Rule, ulWanPortEnd).bit(Rule::WanPortEnd),
 };
 
 }  // namespace
 
-constexpr Table ip_filter_attr_table = make_table<Attr>(
-    IGD_SECUR_IP_FILTER_ATTR_TAB, kPackage, "IGD_SECUR_IP_FILTER_ATTR_TAB", kAttrColumns, 27);
+constexpr TableOf<Attr> ip_filter_attr_table =
+    make_table<Attr>(IGD_SECUR_IP_FILTER_ATTR_TAB, kPackage, "IGD_SECUR_IP_FILTER_ATTR_TAB",
+                     kAttrColumns, Attr::Stored);
 
-constexpr Table ip_filter_list_table = make_table<Rule>(
-    IGD_SECUR_IP_FILTER_LIST_TAB, kPackage, "IGD_SECUR_IP_FILTER_LIST_TAB", kRuleColumns, 1023);
+constexpr TableOf<Rule> ip_filter_list_table =
+    make_table<Rule>(IGD_SECUR_IP_FILTER_LIST_TAB, kPackage, "IGD_SECUR_IP_FILTER_LIST_TAB",
+                     kRuleColumns, Rule::All);
 
 int32_t register_ip_filter_tables() {
     static constexpr TableDescriptor kDescriptors[] = {
@@ -48,3 +55,5 @@ int32_t register_ip_filter_tables() {
     };
     return mib_chain_register(kDescriptors, std::size(kDescriptors));
 }
+
+}  // namespace appcfg

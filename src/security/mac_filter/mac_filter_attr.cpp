@@ -1,9 +1,12 @@
 #include "core/bounded.h"
 #include "core/log.h"
 #include "core/result.h"
+#include "core/rows.h"
+#include "records/mac_filter.h"
 #include "security/mac_filter/mac_filter.h"
-#include "security/mac_filter/mac_filter_platform.h"
-#include "zu_ipc.h"
+
+using namespace appcfg;
+using namespace platform;
 
 namespace {
 
@@ -25,19 +28,19 @@ int32_t set_macfilter_glb_mode(const Attr& attr) {
     }
     st_macfilter_mode record{.mac_filter = static_cast<uint32_t>(mode)};
     SECURITY_LOG("mac_filter(%u).\t\n\r\n", record.mac_filter);
-    if (zu_ipc_call(kMacFilterModeSetCall, &record, sizeof(record)) == 0) return 0;
+    if (call(kMacFilterModeSet, record) == 0) return 0;
     SECURITY_LOG("call zu_lanhost_macfilter_mode_set is fail.\t\n\r\n");
     return IGD_CM_OPERATE_FAIL;
 }
 
 /// In the stored list only: the platform's items stay.
 void disable_rules(const char* operation) {
-    const int32_t total = mib_chain_total(IGD_SECUR_MAC_FILTER_LIST_TAB);
+    const int32_t total = count_rows(mac_filter_list_table);
     for (int32_t position = 0; position < total; ++position) {
         Rule rule;
-        if (!mib_chain_get(IGD_SECUR_MAC_FILTER_LIST_TAB, position, &rule)) continue;
+        if (!read_row(mac_filter_list_table, position, rule)) continue;
         rule.ulEnable = 0;
-        if (!mib_chain_update(IGD_SECUR_MAC_FILTER_LIST_TAB, &rule, position))
+        if (!write_row(mac_filter_list_table, position, rule))
             SECURITY_LOG_AS(operation,
                             "mib_chain_update IGD_SECUR_MAC_FILTER_LIST_TAB failed !\t\n\r\n");
     }
@@ -50,17 +53,17 @@ int32_t igdCmSecureMacFilterAttrSet(Attr* request, uint32_t size) {
     SECURITY_LOG("*************entry in igdCmSecureMacFilterAttrSet*************\t\n\r\n");
     SECURITY_LOG("ulBitmap(%u), ucMacFilterEnable(%u), ucFilterMode(%u)\t\n\r\n", request->ulBitmap,
                  request->ucMacFilterEnable, request->ucFilterMode);
-    if (!selected_in_range(mac_filter_attr_table, request)) {
+    if (!selected_in_range(mac_filter_attr_table, *request)) {
         SECURITY_LOG("error: IGD_CM_GLOBAL_INPUT_PARA_ERROR.\t\n\r\n");
         return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
     }
     Attr stored{};
-    if (!mib_chain_get(IGD_SECUR_MAC_FILTER_ATTR_TAB, 0, &stored)) {
+    if (!read_row(mac_filter_attr_table, 0, stored)) {
         SECURITY_LOG("mib_chain_get IGD_SECUR_MAC_FILTER_ATTR_TAB is fail.\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
     Attr attr = stored;
-    merge_selected(mac_filter_attr_table, &attr, request);
+    merge_selected(mac_filter_attr_table, attr, *request);
     const bool changed = attr.ucMacFilterEnable != stored.ucMacFilterEnable ||
                          attr.ucFilterMode != stored.ucFilterMode;
     if (!changed && request->ulForce != kMacFilterForced) {
@@ -72,14 +75,14 @@ int32_t igdCmSecureMacFilterAttrSet(Attr* request, uint32_t size) {
         return IGD_CM_OPERATE_FAIL;
     }
     if (changed) disable_rules(__func__);
-    mib_chain_update(IGD_SECUR_MAC_FILTER_ATTR_TAB, &attr, 0);
+    write_row(mac_filter_attr_table, 0, attr);
     return 0;
 }
 
 int32_t igdCmSecureMacFilterAttrGet(Attr* attr, uint32_t size) {
     if (!is_record(attr, size)) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
     Attr stored{};
-    if (!mib_chain_get(IGD_SECUR_MAC_FILTER_ATTR_TAB, 0, &stored)) {
+    if (!read_row(mac_filter_attr_table, 0, stored)) {
         SECURITY_LOG("mib_chain_get IGD_SECUR_MAC_FILTER_ATTR_TAB is fail.\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
@@ -89,7 +92,7 @@ int32_t igdCmSecureMacFilterAttrGet(Attr* attr, uint32_t size) {
 
 int32_t igdCmSecureMacFilterAttrInit() {
     Attr attr{};
-    if (!mib_chain_get(IGD_SECUR_MAC_FILTER_ATTR_TAB, 0, &attr)) {
+    if (!read_row(mac_filter_attr_table, 0, attr)) {
         SECURITY_LOG("mib_chain_get IGD_SECUR_MAC_FILTER_ATTR_TAB is fail.\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
@@ -99,10 +102,4 @@ int32_t igdCmSecureMacFilterAttrInit() {
         SECURITY_LOG(
             "############ Security MAC Filter Attribute Table Init Failed ############\t\n\r\n");
     return result;
-}
-
-int32_t igdCmMacFilterModuleInit() {
-    igdCmSecureMacFilterAttrInit();
-    igdCmSecureMacFilterListInit();
-    return 0;
 }

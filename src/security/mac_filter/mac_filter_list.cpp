@@ -1,65 +1,60 @@
 #include "core/bounded.h"
 #include "core/log.h"
 #include "core/result.h"
+#include "core/rows.h"
+#include "records/mac_filter.h"
 #include "security/mac_filter/mac_filter.h"
-#include "security/mac_filter/mac_filter_platform.h"
-#include "zu_ipc.h"
+
+using namespace appcfg;
+using namespace platform;
 
 namespace {
 
 using Attr = IgdSecMacFiltAttr;
 using Rule = IgdSecMacFiltList;
 
-constexpr uint32_t kHostBit = 1u << 0;
-constexpr uint32_t kDestinationBit = 1u << 1;
-constexpr uint32_t kHostPortBit = 1u << 2;
-constexpr uint32_t kDestinationPortBit = 1u << 3;
-constexpr uint32_t kEnableBit = 1u << 5;
-constexpr uint32_t kSettableBits =
-    kHostBit | kDestinationBit | kHostPortBit | kDestinationPortBit | kEnableBit;
-
-void call_item(const char* name, const MacAddress& mac, uint32_t kind) {
+void call_item(const Call<st_macfilter_item>& callee, const MacAddress& mac, uint32_t kind) {
     st_macfilter_item item{};
     format_mac(mac, item.mac);
     item.mac_kind = kind;
-    static_cast<void>(zu_ipc_call(name, &item, sizeof(item)));
+    static_cast<void>(call(callee, item));
 }
 
-void call_items(const char* name, const Rule& rule) {
-    if (rule.destMacAddress != kNoMac) call_item(name, rule.destMacAddress, kMacKindDestination);
-    if (rule.macAddress != kNoMac) call_item(name, rule.macAddress, kMacKindHost);
+void call_items(const Call<st_macfilter_item>& callee, const Rule& rule) {
+    if (rule.destMacAddress != kNoMac) call_item(callee, rule.destMacAddress, kMacKindDestination);
+    if (rule.macAddress != kNoMac) call_item(callee, rule.macAddress, kMacKindHost);
 }
 
 void set_macfilter_item(const Rule& rule) {
-    if (rule.ulEnable != 0) call_items(kMacFilterItemAddCall, rule);
+    if (rule.ulEnable != 0) call_items(kMacFilterItemAdd, rule);
 }
 
 void del_macfilter_item(const Rule& rule) {
-    call_items(kMacFilterItemDelCall, rule);
+    call_items(kMacFilterItemDel, rule);
 }
 
 /// Changes what the request selects of the rule, in the record and in the platform.
 void apply(const Rule& request, Rule& rule) {
-    const uint32_t bits = request.ulBitmap & kSettableBits;
-    if (bits & kHostPortBit) {
+    const uint32_t bits = request.ulBitmap & Rule::Settable;
+    if (bits & Rule::HostPort) {
         rule.ulMACPortBind = request.ulMACPortBind;
         if (rule.ulMACPortBind == 0 && rule.macAddress != kNoMac) del_macfilter_item(rule);
     }
-    if (bits & kDestinationPortBit) {
+    if (bits & Rule::DestinationPort) {
         rule.ulDestMACPortBind = request.ulDestMACPortBind;
         if (rule.ulDestMACPortBind == 0 && rule.destMacAddress != kNoMac) del_macfilter_item(rule);
     }
-    if (bits & kHostBit) {
+    if (bits & Rule::Host) {
         del_macfilter_item(rule);
         rule.macAddress = request.macAddress;
         set_macfilter_item(rule);
     }
-    if (bits & kDestinationBit) {
+    if (bits & Rule::Destination) {
         del_macfilter_item(rule);
         rule.destMacAddress = request.destMacAddress;
         set_macfilter_item(rule);
     }
-    if (bits & kEnableBit && rule.ulEnable != request.ulEnable) {
+    if (bits & Rule::Enable && rule.ulEnable != request.ulEnable) {
         rule.ulEnable = request.ulEnable;
         if (rule.ulEnable == 0)
             del_macfilter_item(rule);
@@ -72,7 +67,7 @@ void apply(const Rule& request, Rule& rule) {
 /// Position of the rule with the request's index or, if that is 0, of the first with one of its
 /// addresses; -1 if there is none.
 int32_t find_requested(const Rule& request, Rule& rule) {
-    return find_row(IGD_SECUR_MAC_FILTER_LIST_TAB, rule, [&](const Rule& row) {
+    return find_row(mac_filter_list_table, rule, [&](const Rule& row) {
         if (request.ulIndex != 0) return row.ulIndex == request.ulIndex;
         return (request.macAddress != kNoMac && request.macAddress == row.macAddress) ||
                (request.destMacAddress != kNoMac && request.destMacAddress == row.destMacAddress);
@@ -80,7 +75,7 @@ int32_t find_requested(const Rule& request, Rule& rule) {
 }
 
 bool read_attributes(const char* operation, Attr& attr) {
-    const int32_t lRet = mib_chain_get(IGD_SECUR_MAC_FILTER_ATTR_TAB, 0, &attr);
+    const int32_t lRet = read_row(mac_filter_attr_table, 0, attr);
     if (lRet == 0)
         SECURITY_LOG_AS(operation,
                         "mib_chain_get IGD_SECUR_MAC_FILTER_ATTR_TAB. lRet(0x%0x)\t\n\r\n", lRet);
@@ -108,13 +103,13 @@ int32_t igdCmSecureMacFilterListAdd(Rule* request, uint32_t size) {
     SECURITY_LOG("%s\t\n\r\n", describe(*request).text);
     Attr attr{};
     if (!read_attributes(__func__, attr)) return IGD_CM_OPERATE_FAIL;
-    if (mib_chain_total(IGD_SECUR_MAC_FILTER_LIST_TAB) == kListCapacity) {
-        SECURITY_LOG("fail: IGD_CM_OPERATE_FULL(IGD_SECUR_MAC_FILTER_LIST_TAB)\t\n\r\n");
+    if (count_rows(mac_filter_list_table) == kListCapacity) {
+        SECURITY_LOG("fail: IGD_CM_OPERATE_FULL(mac_filter_list_table)\t\n\r\n");
         return IGD_CM_OPERATE_FULL;
     }
     Rule rule = *request;
-    rule.ulIndex = next_index(IGD_SECUR_MAC_FILTER_LIST_TAB, &Rule::ulIndex);
-    if (!mib_chain_add(IGD_SECUR_MAC_FILTER_LIST_TAB, &rule)) {
+    rule.ulIndex = next_index(mac_filter_list_table, &Rule::ulIndex);
+    if (!add_row(mac_filter_list_table, rule)) {
         SECURITY_LOG(
             "mib_chain_add IGD_SECUR_MAC_FILTER_LIST_TAB is fail. entry.ulIndex(%u)\t\n\r\n",
             rule.ulIndex);
@@ -134,7 +129,7 @@ int32_t igdCmSecureMacFilterListDel(Rule* request, uint32_t size) {
         SECURITY_LOG("ulIndex(%u) not need to delete\t\n\r\n", request->ulIndex);
         return 0;
     }
-    if (!mib_chain_delete(IGD_SECUR_MAC_FILTER_LIST_TAB, position)) {
+    if (!delete_row(mac_filter_list_table, position)) {
         SECURITY_LOG("mib_chain_delete IGD_SECUR_MAC_FILTER_LIST_TAB is fail.\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
@@ -153,13 +148,13 @@ int32_t igdCmSecureMacFilterListSet(Rule* request, uint32_t size) {
     if (!read_attributes(__func__, attr)) return IGD_CM_OPERATE_FAIL;
     Rule rule;
     const int32_t position =
-        find_index(IGD_SECUR_MAC_FILTER_LIST_TAB, rule, &Rule::ulIndex, request->ulIndex);
+        find_index(mac_filter_list_table, rule, &Rule::ulIndex, request->ulIndex);
     if (position < 0) {
         SECURITY_LOG("error: IGD_CM_GLOBAL_INPUT_PARA_ERROR.\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
     apply(*request, rule);
-    if (!mib_chain_update(IGD_SECUR_MAC_FILTER_LIST_TAB, &rule, position)) {
+    if (!write_row(mac_filter_list_table, position, rule)) {
         SECURITY_LOG(
             "mib_chain_update IGD_SECUR_MAC_FILTER_LIST_TAB is fail. entry.ulIndex(%u)\t\n\r\n",
             rule.ulIndex);
@@ -178,14 +173,14 @@ int32_t igdCmSecureMacFilterListGet(Rule* rule, uint32_t size) {
 
 int32_t igdCmSecureMacFilterListEntryNumGet(uint32_t* count, uint32_t size) {
     if (!is_record(count, size)) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
-    *count = static_cast<uint32_t>(mib_chain_total(IGD_SECUR_MAC_FILTER_LIST_TAB));
+    *count = static_cast<uint32_t>(count_rows(mac_filter_list_table));
     SECURITY_LOG("igdCmSecureMacFilterListEntryNumGet: entrynum[%d]\t\n\r\n", *count);
     return 0;
 }
 
 int32_t igdCmSecureMacFilterListGetallIndex(uint32_t* indexes, uint32_t size) {
     if (!indexes) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
-    const bool listed = list_indexes(IGD_SECUR_MAC_FILTER_LIST_TAB, &Rule::ulIndex, indexes, size);
+    const bool listed = list_indexes(mac_filter_list_table, &Rule::ulIndex, indexes, size);
     return listed ? 0 : IGD_CM_OPERATE_FAIL;
 }
 
@@ -197,11 +192,11 @@ int32_t igdCmSecureMacFilterListInit() {
                      attr.ucMacFilterEnable);
         return 0;
     }
-    const int32_t total = mib_chain_total(IGD_SECUR_MAC_FILTER_LIST_TAB);
+    const int32_t total = count_rows(mac_filter_list_table);
     if (total == 0) SECURITY_LOG("MAC Filte list table is empty !\t\n\r\n");
     for (int32_t position = 0; position < total; ++position) {
         Rule rule;
-        if (!mib_chain_get(IGD_SECUR_MAC_FILTER_LIST_TAB, position, &rule)) continue;
+        if (!read_row(mac_filter_list_table, position, rule)) continue;
         if (rule.macAddress == kNoMac) continue;
         SECURITY_LOG("ulIndex(%u), macAddress(%s), destMacAddress(%s)\t\n\r\n", rule.ulIndex,
                      mac_text(rule.macAddress).text, mac_text(rule.destMacAddress).text);

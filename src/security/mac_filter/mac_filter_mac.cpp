@@ -5,6 +5,8 @@
 
 #include "securec.h"
 
+namespace appcfg {
+
 MacTextResult parse_mac(const char* text, MacAddress* mac) {
     if (!text || !mac) return MacTextResult::NoBuffer;
     if (std::strlen(text) != kMacTextSize - 1) return MacTextResult::WrongLength;
@@ -25,3 +27,5 @@ void format_mac(const MacAddress& mac, char* text) {
     sprintf_s(text, kMacTextSize, "%02X:%02X:%02X:%02X:%02X:%02X", mac[0], mac[1], mac[2], mac[3],
               mac[4], mac[5]);
 }
+
+}  // namespace appcfg

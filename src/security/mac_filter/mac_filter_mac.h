@@ -6,6 +6,8 @@
 
 #include "core/text_codec.h"
 
+namespace appcfg {
+
 using MacAddress = std::array<uint8_t, 6>;
 
 /// No host has it.
@@ -48,3 +50,5 @@ inline constexpr TextCodec kMacCodec{
                  char* text) { format_mac(*static_cast<const MacAddress*>(mac), text); },
     .parse = [](const char* text, void* mac) { parse_mac(text, static_cast<MacAddress*>(mac)); },
 };
+
+}  // namespace appcfg

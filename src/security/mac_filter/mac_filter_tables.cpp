@@ -1,5 +1,6 @@
 #include "security/mac_filter/mac_filter.h"
 
+namespace appcfg {
 namespace {
 
 constexpr char kPackage[] = "app_macfilter";
@@ -8,8 +9,8 @@ using Attr = IgdSecMacFiltAttr;
 
 constexpr Column kAttrColumns[] = {
     COLUMN(Attr, ulForce).unstored(),
-    COLUMN(Attr, ucMacFilterEnable).bit(0).at_most(1),
-    COLUMN(Attr, ucFilterMode).bit(1).at_most(1),
+    COLUMN(Attr, ucMacFilterEnable).bit(Attr::Enable).at_most(1),
+    COLUMN(Attr, ucFilterMode).bit(Attr::Mode).at_most(1),
     FILLER(Attr, aucReserved),
 };
 
@@ -28,11 +29,13 @@ constexpr Column kRuleColumns[] = {
 
 }  // namespace
 
-constexpr Table mac_filter_attr_table = make_table<Attr>(
-    IGD_SECUR_MAC_FILTER_ATTR_TAB, kPackage, "IGD_SECUR_MAC_FILTER_ATTR_TAB", kAttrColumns, 3);
+constexpr TableOf<Attr> mac_filter_attr_table =
+    make_table<Attr>(IGD_SECUR_MAC_FILTER_ATTR_TAB, kPackage, "IGD_SECUR_MAC_FILTER_ATTR_TAB",
+                     kAttrColumns, Attr::All);
 
-constexpr Table mac_filter_list_table = make_table<Rule>(
-    IGD_SECUR_MAC_FILTER_LIST_TAB, kPackage, "IGD_SECUR_MAC_FILTER_LIST_TAB", kRuleColumns, 33);
+constexpr TableOf<Rule> mac_filter_list_table =
+    make_table<Rule>(IGD_SECUR_MAC_FILTER_LIST_TAB, kPackage, "IGD_SECUR_MAC_FILTER_LIST_TAB",
+                     kRuleColumns, Rule::Stored);
 
 int32_t register_mac_filter_tables() {
     static constexpr TableDescriptor kDescriptors[] = {
@@ -41,3 +44,5 @@ int32_t register_mac_filter_tables() {
     };
     return mib_chain_register(kDescriptors, std::size(kDescriptors));
 }
+
+}  // namespace appcfg

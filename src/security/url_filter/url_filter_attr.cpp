@@ -1,8 +1,11 @@
 #include "core/log.h"
 #include "core/result.h"
+#include "core/rows.h"
+#include "records/url_filter.h"
 #include "security/url_filter/url_filter.h"
-#include "security/url_filter/url_filter_platform.h"
-#include "zu_ipc.h"
+
+using namespace appcfg;
+using namespace platform;
 
 namespace {
 
@@ -12,16 +15,16 @@ using Attr = IgdSecurUrlFilterAttrConfTab;
 
 int32_t igdCmSecureUrlFilterAttrSet(Attr* request, uint32_t size) {
     if (!is_record(request, size)) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
-    if (!selected_in_range(url_filter_attr_table, request)) {
+    if (!selected_in_range(url_filter_attr_table, *request)) {
         SECURITY_LOG("error: IGD_CM_GLOBAL_INPUT_PARA_ERROR.\t\n\r\n");
         return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
     }
     Attr attr{};
-    if (!mib_chain_get(IGD_SECUR_URL_FILTER_ATTR_TAB, 0, &attr)) {
+    if (!read_row(url_filter_attr_table, 0, attr)) {
         SECURITY_LOG("mib_chain_get IGD_SECUR_URL_FILTER_ATTR_TAB is fail.\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
-    merge_selected(url_filter_attr_table, &attr, request);
+    merge_selected(url_filter_attr_table, attr, *request);
     const bool white = attr.ucFilterMode != 0;
     const st_url_filter secure_filter{
         .filter_en = attr.ucUrlFilterEnable,
@@ -29,16 +32,16 @@ int32_t igdCmSecureUrlFilterAttrSet(Attr* request, uint32_t size) {
     SECURITY_LOG("secure_filter.filter_en [%d].\t\n\r\n", secure_filter.filter_en);
     SECURITY_LOG("secure_filter.em_listtype [%s].\t\n\r\n",
                  white ? "ZU_SAL_SEC_WHITELIST" : "ZU_SAL_SEC_BLACKLIST");
-    if (zu_ipc_asyn_call(kUrlFilterSetCall, &secure_filter, sizeof(secure_filter)) != 0) {
+    if (queue(kUrlFilterSet, secure_filter) != 0) {
         SECURITY_LOG("call zu_sal_sec_url_filter_set is fail.\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
-    return mib_chain_update(IGD_SECUR_URL_FILTER_ATTR_TAB, &attr, 0) ? 0 : IGD_CM_OPERATE_FAIL;
+    return write_row(url_filter_attr_table, 0, attr) ? 0 : IGD_CM_OPERATE_FAIL;
 }
 
 int32_t igdCmSecureUrlFilterAttrGet(Attr* out, uint32_t size) {
     if (!is_record(out, size)) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
-    if (!mib_chain_get(IGD_SECUR_URL_FILTER_ATTR_TAB, 0, out)) {
+    if (!read_row(url_filter_attr_table, 0, *out)) {
         SECURITY_LOG("mib_chain_get IGD_SECUR_URL_FILTER_ATTR_TAB is fail.\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
@@ -48,19 +51,10 @@ int32_t igdCmSecureUrlFilterAttrGet(Attr* out, uint32_t size) {
 int32_t igdCmSecureUrlFilterAttrInit() {
     Attr stored{};
     // Attributes that cannot be read select nothing.
-    static_cast<void>(mib_chain_get(IGD_SECUR_URL_FILTER_ATTR_TAB, 0, &stored));
+    static_cast<void>(read_row(url_filter_attr_table, 0, stored));
     const int32_t result = igdCmSecureUrlFilterAttrSet(&stored, sizeof(stored));
     if (result != 0)
         SECURITY_LOG(
             "############ Security URL Filter Attribute Table Init Failed ############\t\n\r\n");
     return result;
-}
-
-int32_t igdCmSecureModuleInit() {
-    SECURITY_LOG("############ Security Module Init Start ############\n\r\n");
-    igdCmSecureUrlFilterAttrInit();
-    igdCmSecureUrlFilterListInit();
-    igdCmSecureUrlFilterFamilyListInit();
-    SECURITY_LOG("############ Security Module Init End ############\n\r\n");
-    return 0;
 }

@@ -1,11 +1,14 @@
 #include "security/url_filter/url_filter_rules.h"
 
+using namespace appcfg;
+using namespace platform;
+
 namespace {
 
 using Rule = IgdSecurUrlFilterListAttrConfTab;
 
 int32_t find_rule(uint32_t index, Rule& rule) {
-    return find_index(IGD_SECUR_URL_FILTER_LIST_TAB, rule, &Rule::ulIndex, index);
+    return find_index(url_filter_list_table, rule, &Rule::ulIndex, index);
 }
 
 /// Deletes the address that a rule had before it was replaced.
@@ -15,7 +18,7 @@ int32_t delete_old_address(const Rule& old, const char* operation) {
     SECURITY_LOG_AS(operation, "st_filter_list.proto_mask = %d \t\n\r\n", old.protocol_mask);
     SECURITY_LOG_AS(operation, "st_filter_list.url_name = %s \t\n\r\n", old.aucFilterUrl);
     SECURITY_LOG_AS(operation, "ipc call zu_sal_sec_url_address_delete \t\n\r\n");
-    if (call_platform(kUrlAddressDeleteCall, old) != 0) {
+    if (call_platform(platform::kUrlAddressDelete, old) != 0) {
         SECURITY_LOG_AS(operation, "call zu_sal_sec_url_address_delete is fail.\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
@@ -29,7 +32,7 @@ int32_t igdCmSecureUrlFilterListAdd(Rule* request, uint32_t size) {
     Rule rule;
     const int32_t refusal = prepare_rule(url_filter_list_table, *request, rule, __func__);
     if (refusal != 0) return refusal;
-    if (!mib_chain_add(IGD_SECUR_URL_FILTER_LIST_TAB, &rule)) {
+    if (!add_row(url_filter_list_table, rule)) {
         SECURITY_LOG("mib_chain_add IGD_SECUR_URL_FILTER_LIST_TAB is fail.\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
@@ -45,21 +48,20 @@ int32_t igdCmSecureUrlFilterListSet(Rule* request, uint32_t size) {
         SECURITY_LOG("cannot found the index!\t\n\r\n");
         return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
     }
-    SECURITY_LOG("wan current ip filter list num [%d].\t\n\r\n",
-                 mib_chain_total(IGD_SECUR_URL_FILTER_LIST_TAB));
+    SECURITY_LOG("wan current ip filter list num [%d].\t\n\r\n", count_rows(url_filter_list_table));
     Rule old;
     const int32_t position = find_rule(request->ulIndex, old);
     if (position < 0) return IGD_CM_OPERATE_FAIL;
     default_unselected(*request);
     if (has_url(*request)) {
         SECURITY_LOG("ipc call zu_sal_sec_url_address_set \t\n\r\n");
-        if (call_platform(kUrlAddressSetCall, *request) != 0) {
+        if (call_platform(platform::kUrlAddressSet, *request) != 0) {
             SECURITY_LOG("call zu_sal_sec_url_address_set is fail.\t\n\r\n");
             return IGD_CM_OPERATE_FAIL;
         }
     }
     SECURITY_LOG("rule set fin\t\n\r\n");
-    if (!mib_chain_update(IGD_SECUR_URL_FILTER_LIST_TAB, request, position)) {
+    if (!write_row(url_filter_list_table, position, *request)) {
         SECURITY_LOG("mib_chain_update IGD_SECUR_URL_FILTER_LIST_TAB failed !\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
@@ -68,7 +70,7 @@ int32_t igdCmSecureUrlFilterListSet(Rule* request, uint32_t size) {
 
 int32_t igdCmSecureUrlFilterListDel(Rule* request, uint32_t size) {
     if (!is_record(request, size)) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
-    return delete_rule<Rule>(url_filter_list_table, request->ulIndex, __func__);
+    return delete_rule(url_filter_list_table, request->ulIndex, __func__);
 }
 
 int32_t igdCmSecureUrlFilterListGet(Rule* request, uint32_t size) {
@@ -84,13 +86,13 @@ int32_t igdCmSecureUrlFilterListGet(Rule* request, uint32_t size) {
 
 int32_t igdCmSecureUrlFilterListEntryNumGet(uint32_t* count, uint32_t size) {
     if (!is_record(count, size)) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
-    *count = static_cast<uint32_t>(mib_chain_total(IGD_SECUR_URL_FILTER_LIST_TAB));
+    *count = static_cast<uint32_t>(count_rows(url_filter_list_table));
     return 0;
 }
 
 int32_t igdCmSecureUrlFilterListGetallIndex(uint32_t* indexes, uint32_t size) {
     if (!indexes) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
-    if (!list_indexes(IGD_SECUR_URL_FILTER_LIST_TAB, &Rule::ulIndex, indexes, size)) {
+    if (!list_indexes(url_filter_list_table, &Rule::ulIndex, indexes, size)) {
         SECURITY_LOG("Fail: IGD_CM_OPERATE_Fail.\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
@@ -99,10 +101,10 @@ int32_t igdCmSecureUrlFilterListGetallIndex(uint32_t* indexes, uint32_t size) {
 
 int32_t igdCmSecureUrlFilterListInit() {
     SECURITY_LOG("############ Security URL Filter List Table Init Start ############\t\n\r\n");
-    const int32_t total = mib_chain_total(IGD_SECUR_URL_FILTER_LIST_TAB);
+    const int32_t total = count_rows(url_filter_list_table);
     if (total == 0) SECURITY_LOG("URL Filte list table is empty !\t\n\r\n");
     for (int32_t position = 0; position < total; ++position)
-        if (!replay_rule<Rule>(url_filter_list_table, position))
+        if (!replay_rule(url_filter_list_table, position))
             SECURITY_LOG(
                 "############ Security URL Filter list Table[%d] add Failed ############\t\n\r\n",
                 position);

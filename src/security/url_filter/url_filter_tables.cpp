@@ -1,5 +1,6 @@
 #include "security/url_filter/url_filter.h"
 
+namespace appcfg {
 namespace {
 
 constexpr char kPackage[] = "app_urlfilter";
@@ -7,8 +8,8 @@ constexpr char kPackage[] = "app_urlfilter";
 using Attr = IgdSecurUrlFilterAttrConfTab;
 
 constexpr Column kAttrColumns[] = {
-    COLUMN(Attr, ucUrlFilterEnable).bit(0).at_most(1),
-    COLUMN(Attr, ucFilterMode).bit(1).at_most(1),
+    COLUMN(Attr, ucUrlFilterEnable).bit(Attr::Enable).at_most(1),
+    COLUMN(Attr, ucFilterMode).bit(Attr::Mode).at_most(1),
     FILLER(Attr, aucReserved),
 };
 
@@ -35,15 +36,17 @@ constexpr Column kFamilyRuleColumns[] = {
 
 }  // namespace
 
-constexpr Table url_filter_attr_table = make_table<Attr>(
-    IGD_SECUR_URL_FILTER_ATTR_TAB, kPackage, "IGD_SECUR_URL_FILTER_ATTR_TAB", kAttrColumns, 3);
+constexpr TableOf<Attr> url_filter_attr_table =
+    make_table<Attr>(IGD_SECUR_URL_FILTER_ATTR_TAB, kPackage, "IGD_SECUR_URL_FILTER_ATTR_TAB",
+                     kAttrColumns, Attr::All);
 
-constexpr Table url_filter_list_table = make_table<Rule>(
-    IGD_SECUR_URL_FILTER_LIST_TAB, kPackage, "IGD_SECUR_URL_FILTER_LIST_TAB", kRuleColumns, 7);
+constexpr TableOf<Rule> url_filter_list_table =
+    make_table<Rule>(IGD_SECUR_URL_FILTER_LIST_TAB, kPackage, "IGD_SECUR_URL_FILTER_LIST_TAB",
+                     kRuleColumns, Rule::All);
 
-constexpr Table url_filter_family_list_table =
-    make_table<FamilyRule>(IGD_SECUR_URL_FILTER_FAMILY_LIST_TAB, kPackage,
-                           "IGD_SECUR_URL_FILTER_FAMILY_LIST_TAB", kFamilyRuleColumns, 31);
+constexpr TableOf<FamilyRule> url_filter_family_list_table = make_table<FamilyRule>(
+    IGD_SECUR_URL_FILTER_FAMILY_LIST_TAB, kPackage, "IGD_SECUR_URL_FILTER_FAMILY_LIST_TAB",
+    kFamilyRuleColumns, FamilyRule::All);
 
 int32_t register_url_filter_tables() {
     static constexpr TableDescriptor kDescriptors[] = {
@@ -53,3 +56,5 @@ int32_t register_url_filter_tables() {
     };
     return mib_chain_register(kDescriptors, std::size(kDescriptors));
 }
+
+}  // namespace appcfg

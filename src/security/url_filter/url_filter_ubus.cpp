@@ -1,17 +1,12 @@
-#include "core/method.h"
+#include "core/bus_object.h"
 #include "security/url_filter/url_filter.h"
-#include "zu_services.h"
 
+namespace appcfg {
 namespace {
 
 using Attr = IgdSecurUrlFilterAttrConfTab;
 using Rule = IgdSecurUrlFilterListAttrConfTab;
 using FamilyRule = IgdSecurUrlFilterFamilyListAttrConfTab;
-
-void initialise() {
-    zu_sec_urlfilter_init();
-    igdCmSecureModuleInit();
-}
 
 constexpr Argument kAttrArguments[] = {
     ARGUMENT(Attr, ucUrlFilterEnable),
@@ -39,28 +34,32 @@ constexpr Argument kFamilyIndexArgument[] = {
 constexpr Argument kGroupArgument[] = {ARGUMENT(FamilyRule, family_group)};
 
 constexpr Method kMethods[] = {
-    always_ok<initialise>("url_filter_init"),
-    method<igdCmSecureUrlFilterAttrSet>("url_filter_basic_set", kAttrArguments, 3,
+    method<url_filter_restart>("url_filter_init"),
+    method<igdCmSecureUrlFilterAttrSet>("url_filter_basic_set", kAttrArguments, Attr::All,
                                         "igdCmSecureUrlFilterAttrSet error"),
-    method<igdCmSecureUrlFilterListAdd>("url_filter_list_add", kNewRuleArguments, 7,
+    method<igdCmSecureUrlFilterListAdd>("url_filter_list_add", kNewRuleArguments, Rule::All,
                                         "igdCmSecureUrlFilterListAdd error"),
-    method<igdCmSecureUrlFilterListDel>("url_filter_list_del", kIndexArgument, 7,
+    method<igdCmSecureUrlFilterListDel>("url_filter_list_del", kIndexArgument, Rule::All,
                                         "igdCmSecureUrlFilterListDel error"),
-    method<igdCmSecureUrlFilterListSet>("url_filter_list_set", kRuleArguments, 7,
+    method<igdCmSecureUrlFilterListSet>("url_filter_list_set", kRuleArguments, Rule::All,
                                         "igdCmSecureUrlFilterListSet error"),
     method<igdCmSecureUrlFilterFamilyListAdd>("url_filter_family_group_mac_add",
-                                              kNewFamilyRuleArguments, 31,
+                                              kNewFamilyRuleArguments, FamilyRule::All,
                                               "igdCmSecureUrlFilterFamilyListAdd error"),
     method<igdCmSecureUrlFilterFamilyListDel>("url_filter_family_group_mac_del",
-                                              kFamilyIndexArgument, 31,
+                                              kFamilyIndexArgument, FamilyRule::All,
                                               "igdCmSecureUrlFilterFamilyListDel error"),
     method<igdCmSecureUrlFilterFamilyGroupAllDel>("url_filter_family_group_all_mac_del",
-                                                  kGroupArgument, 31,
+                                                  kGroupArgument, FamilyRule::All,
                                                   "igdCmSecureUrlFilterFamilyGroupAllDel error"),
 };
+
+BUS_OBJECT(object, "app_urlfilter", kMethods);
 
 }  // namespace
 
 ubus_object* url_filter_bus_object() {
-    return BusObject<kMethods>::named("app_urlfilter");
+    return &object;
 }
+
+}  // namespace appcfg

@@ -4,17 +4,13 @@
 #include <algorithm>
 #include <chrono>
 
-#include "platform/include/zu_ipc.h"
+#include "platform/include/records/ip_filter.h"
 #include "platform/include/zu_services.h"
 #include "platformd_fixture.h"
-#include "security/ip_filter/ip_filter_platform.h"
+
+using namespace platform;
 
 namespace {
-
-template <class Record>
-int32_t call(const char* name, Record record) {
-    return zu_ipc_call(name, &record, sizeof(record));
-}
 
 st_filter_list rule(uint32_t direction, const char* wan_address) {
     st_filter_list record{};
@@ -26,14 +22,15 @@ st_filter_list rule(uint32_t direction, const char* wan_address) {
     return record;
 }
 
-int32_t add(const st_filter_list& record) {
-    return call(kIpFilterRuleAddCall, record);
+int32_t add(st_filter_list record) {
+    return call(kIpFilterRuleAdd, record);
 }
-int32_t remove(const st_filter_list& record) {
-    return call(kIpFilterRuleDelCall, record);
+int32_t remove(st_filter_list record) {
+    return call(kIpFilterRuleDel, record);
 }
 int32_t flush(uint32_t mask) {
-    return call(kIpFilterFlushChainCall, st_flush_chain{mask});
+    st_flush_chain chains{mask};
+    return call(kIpFilterFlushChain, chains);
 }
 
 class IpFilterServiceTest : public PlatformdTest {
@@ -72,8 +69,8 @@ TEST_F(IpFilterServiceTest, RulesAreKeptInOrderAndAsOftenAsTheyWereAdded) {
 TEST_F(PlatformdTest, TraceShowsCallsFieldByField) {
     EXPECT_EQ(0, zu_sec_ipfilter_init());
     auto record = rule(kIpFilterUp, "10.0.0.1");
-    EXPECT_EQ(0, zu_ipc_asyn_call(kIpFilterRuleAddCall, &record, sizeof(record)));
-    EXPECT_NE(0, zu_ipc_call(kIpFilterFlushChainCall, &record, 2));
+    EXPECT_EQ(0, queue(kIpFilterRuleAdd, record));
+    EXPECT_NE(0, zu_ipc_call(kIpFilterFlushChain.name, &record, 2));
     EXPECT_EQ(0, flush(3));
     EXPECT_EQ(
         "sync zu_sec_ipfilter_init -> 0\n"
@@ -118,7 +115,7 @@ TEST_F(PlatformdTest, TraceFollowsCallsAsTheyArrive) {
 }
 
 TEST_F(PlatformdTest, FaultsSpoilTheNextCallsOnly) {
-    EXPECT_EQ(0, control({"fail", kIpFilterFlushChainCall, "2", "0x70"}).status);
+    EXPECT_EQ(0, control({"fail", kIpFilterFlushChain.name, "2", "0x70"}).status);
     EXPECT_EQ(0, zu_sec_ipfilter_init());
     EXPECT_EQ(0x70, flush(3));
     EXPECT_EQ(0x70, flush(3));
@@ -145,7 +142,7 @@ TEST_F(PlatformdTest, DyingAndHangingOnRequest) {
     EXPECT_EQ(0, WEXITSTATUS(slow.end()));
     EXPECT_GT(Clock::now() - begin, std::chrono::milliseconds(800));
 
-    EXPECT_EQ(0, control({"die", kIpFilterFlushChainCall}).status);
+    EXPECT_EQ(0, control({"die", kIpFilterFlushChain.name}).status);
     EXPECT_EQ(0, zu_qos_init());
     EXPECT_EQ(-1, flush(3));
     EXPECT_EQ(1, WEXITSTATUS(platformd_.end()));
@@ -159,7 +156,7 @@ TEST_F(PlatformdTest, HostileCallersHarmNobody) {
     RequestFuzzer fuzzer;
     const auto record = rule(kIpFilterUp, "10.0.0.1");
     const Message models[] = {
-        request_message(kIpFilterRuleAddCall, true, as_message(record)),
+        request_message(kIpFilterRuleAdd.name, true, as_message(record)),
         request_message("platformd_state", true, Message(32768, 'x')),
         request_message("platformd_trace", true, Message(32768, '\xff')),
         request_message("platformd_fault", true, Message(80, '\1')),

@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-#include "security/ip_filter/ip_filter_platform.h"
+using namespace platform;
 
 namespace {
 
@@ -19,7 +19,7 @@ constexpr RecordField kLimitFields[] = {
     RECORD_FIELD(Limit, port, 4),
     RECORD_FIELD(Limit, rate, 8),
 };
-constexpr RecordLayout kLimitLayout = RECORD_LAYOUT(Limit, 16, kLimitFields);
+constexpr auto kLimitLayout = RECORD_LAYOUT(Limit, 16, kLimitFields);
 
 struct Everything {
     Limit limits[3];
@@ -40,7 +40,7 @@ constexpr RecordField kEverythingFields[] = {
     RECORD_PADDING(Everything, reserved, 68),
     RECORD_FIELD(Everything, large, 72),
 };
-constexpr RecordLayout kEverythingLayout = RECORD_LAYOUT(Everything, 80, kEverythingFields);
+constexpr auto kEverythingLayout = RECORD_LAYOUT(Everything, 80, kEverythingFields);
 
 std::span<const uint8_t> bytes_of(const Everything& record) {
     return {reinterpret_cast<const uint8_t*>(&record), sizeof(record)};

@@ -10,7 +10,6 @@ extern "C" {
 
 #include <cstdlib>
 
-#include "platform/include/securec.h"
 #include "platform/include/zu_ebtables.h"
 #include "platform/include/zu_log.h"
 #include "platform/include/zu_os.h"
@@ -183,32 +182,6 @@ TEST(OsText, MacsAreParsedWholeOrNotAtAll) {
     EXPECT_EQ(0, memcmp(mac, "\1\2\3\4\5\6", 6));
     EXPECT_EQ(0, zu_mac_pton("0A:bc:DE:f0:12:99", mac));
     EXPECT_EQ(0, memcmp(mac, "\x0a\xbc\xde\xf0\x12\x99", 6));
-}
-
-TEST(BoundedFunctions, CopyWholeTextsOrNone) {
-    char text[8] = "before";
-    EXPECT_EQ(0, strcpy_s(text, sizeof(text), "1234567"));
-    EXPECT_STREQ("1234567", text);
-    EXPECT_NE(0, strcpy_s(text, sizeof(text), "12345678"));
-    EXPECT_STREQ("", text);
-    EXPECT_EQ(0, strncpy_s(text, sizeof(text), "123456789", 7));
-    EXPECT_STREQ("1234567", text);
-    EXPECT_EQ(0, strncpy_s(text, sizeof(text), "12", sizeof(text)));
-    EXPECT_STREQ("12", text);
-    EXPECT_NE(0, strncpy_s(text, sizeof(text), "123456789", 8));
-    EXPECT_STREQ("", text);
-    EXPECT_EQ(0, memcpy_s(text, sizeof(text), "12345678", 8));
-    EXPECT_NE(0, memcpy_s(text, 4, "abcdefgh", 8));
-    EXPECT_EQ(0, memcmp(text,
-                        "\0\0\0\0"
-                        "5678",
-                        8));
-    EXPECT_EQ(0, memset_s(text, sizeof(text), 'x', 2));
-    EXPECT_NE(0, memset_s(text, 4, 0, 8));
-    EXPECT_EQ(0, memcmp(text,
-                        "\0\0\0\0"
-                        "5678",
-                        8));
 }
 
 }  // namespace

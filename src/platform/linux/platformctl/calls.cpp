@@ -42,7 +42,7 @@ int call_name(Words words) {
     const auto result = zu_ipc_call(words[0], record.data(), static_cast<uint32_t>(record.size()));
     printf("result %d\n", result);
     std::string hex;
-    append_hex(hex, record);
+    platform::append_hex(hex, record);
     if (!record.empty()) printf("record %s\n", hex.c_str());
     return result == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
 }

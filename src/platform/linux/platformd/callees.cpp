@@ -26,7 +26,7 @@ void append_service(std::string& out, const ServiceRegistration& owner) {
 }  // namespace
 
 int32_t Callee::handle(void* record) const {
-    if (call) return call->handle(record);
+    if (call) return call->handle(record, call->layout->size);
     if (owner->service.reset) owner->service.reset();
     owner->initialised = true;
     return 0;

@@ -14,7 +14,7 @@ struct Callee {
     ServiceRegistration* owner;
     const ServiceCall* call;
 
-    const RecordLayout* layout() const { return call ? call->layout : nullptr; }
+    const platform::RecordLayout* layout() const { return call ? call->layout : nullptr; }
     /// Does what the call does; the record has the size the layout says.
     int32_t handle(void* record) const;
 };

@@ -29,7 +29,7 @@ std::string line_of(const PastCall& call) {
         append_record(line, *call.layout, call.record);
     } else if (!call.record.empty()) {
         line += " record=";
-        append_hex(line, call.record);
+        platform::append_hex(line, call.record);
     }
     line += " -> " + std::to_string(call.result);
     if (call.layout && !call.returned.empty())

@@ -14,7 +14,7 @@
 struct PastCall {
     const char* kind;  ///< "sync", "async", "rc"
     std::string name;
-    const RecordLayout* layout;  ///< null: the record, if any, is shown in hexadecimal
+    const platform::RecordLayout* layout;  ///< null: the record, if any, is shown in hexadecimal
     std::vector<uint8_t> record;
     std::vector<uint8_t> returned;  ///< empty when the service left the record as it was
     int32_t result;

@@ -33,7 +33,7 @@ void state_line(std::string& out, const char* format, ...) {
     out += "  " + line + '\n';
 }
 
-void state_record(std::string& out, const std::string& label, const RecordLayout& layout,
+void state_record(std::string& out, const std::string& label, const platform::RecordLayout& layout,
                   const void* record) {
     out += "  " + label;
     append_record(out, layout, {static_cast<const uint8_t*>(record), layout.size});

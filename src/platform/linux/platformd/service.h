@@ -1,10 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <span>
 #include <string>
 
-#include "platform/include/zu_record.h"
+#include "platform/include/zu_call.h"
 
 // A service of the platform: a file in platform/linux/services that keeps what the real service
 // would hold, has one row per call in a table, and registers itself. The rest of platformd sees to
@@ -13,8 +14,8 @@
 /// One call: its name, the record it takes and what it does. Made by `service_call`.
 struct ServiceCall {
     const char* name;
-    const RecordLayout* layout;  ///< null: no record
-    int32_t (*handle)(void* record);
+    const platform::RecordLayout* layout;  ///< null: no record
+    int32_t (*handle)(void* record, uint32_t size);
 };
 
 struct Service {
@@ -42,23 +43,25 @@ class ServiceRegistration {
     static ServiceRegistration* first();
 };
 
-template <class Record>
-Record record_taken_by(int32_t (*handle)(Record&));
+template <auto Handle, class Record>
+int32_t handle_record(void* bytes, uint32_t size) {
+    Record record{};
+    memcpy(&record, bytes, size);
+    const int32_t result = Handle(record);
+    memcpy(bytes, &record, size);
+    return result;
+}
 
-void layout_is_not_that_of_the_record_taken();
-
-/// A call handled by `Handle(record)`, which may change the record and returns the result.
-template <auto Handle>
-consteval ServiceCall service_call(const char* name, const RecordLayout& layout) {
-    using Record = decltype(record_taken_by(Handle));
-    if (layout.size != sizeof(Record)) layout_is_not_that_of_the_record_taken();
-    return {name, &layout,
-            [](void* record) -> int32_t { return Handle(*static_cast<Record*>(record)); }};
+/// `call` is answered by `Handle(record)`, which may change the record and returns the result. The
+/// handler gets a copy of its own, for a call may send a shorter form of the record.
+template <auto Handle, class Record>
+consteval ServiceCall service_call(const platform::Call<Record>& call) {
+    return {call.name, call.layout, handle_record<Handle, Record>};
 }
 
 /// Appends one line of state, indented.
 __attribute__((format(printf, 2, 3))) void state_line(std::string& out, const char* format, ...);
 
 /// Appends one line with a record's fields behind a label.
-void state_record(std::string& out, const std::string& label, const RecordLayout& layout,
+void state_record(std::string& out, const std::string& label, const platform::RecordLayout& layout,
                   const void* record);

@@ -1,13 +1,14 @@
-#include "security/dns_filter/dns_filter_platform.h"
-
 #include <cstring>
 #include <fstream>
 #include <map>
 #include <string>
 #include <vector>
 
+#include "platform/include/records/dns_filter.h"
 #include "platform/linux/platformd/service.h"
 #include "platform/linux/record_text.h"
+
+using namespace platform;
 
 namespace {
 
@@ -75,16 +76,6 @@ int32_t get(st_item& item) {
     return 0;
 }
 
-/// A call that takes the short record and leaves it as it is.
-template <auto Handle>
-consteval ServiceCall short_call(const char* name) {
-    return {name, &kDnsFilterShortItemLayout, [](void* record) -> int32_t {
-                st_item item{};
-                memcpy(&item, record, kDnsFilterShortItemLayout.size);
-                return Handle(item);
-            }};
-}
-
 void print(std::string& out) {
     for (const auto& [index, rule] : g_rules) {
         state_record(out, "rule", kDnsFilterShortItemLayout, &rule.item);
@@ -97,10 +88,10 @@ void print(std::string& out) {
 }
 
 constexpr ServiceCall kCalls[] = {
-    short_call<add>(kDnsFilterAddCall),
-    short_call<del>(kDnsFilterDelCall),
-    service_call<set>(kDnsFilterSetCall, kDnsFilterItemLayout),
-    service_call<get>(kDnsFilterGetCall, kDnsFilterItemLayout),
+    service_call<add>(kDnsFilterAdd),
+    service_call<del>(kDnsFilterDel),
+    service_call<set>(kDnsFilterSet),
+    service_call<get>(kDnsFilterGet),
 };
 
 ServiceRegistration g_registration({.name = "dns_filter",

@@ -2,8 +2,10 @@
 #include <cstring>
 #include <vector>
 
+#include "platform/include/records/ip_filter.h"
 #include "platform/linux/platformd/service.h"
-#include "security/ip_filter/ip_filter_platform.h"
+
+using namespace platform;
 
 namespace {
 
@@ -94,11 +96,11 @@ void print(std::string& out) {
 }
 
 constexpr ServiceCall kCalls[] = {
-    service_call<set>(kIpFilterSetCall, kFilterModeLayout),
-    service_call<restart_set>(kIpFilterRestartSetCall, kFilterModeLayout),
-    service_call<rule_add>(kIpFilterRuleAddCall, kFilterListLayout),
-    service_call<rule_del>(kIpFilterRuleDelCall, kFilterListLayout),
-    service_call<flush_chain>(kIpFilterFlushChainCall, kFlushChainLayout),
+    service_call<set>(kIpFilterSet),
+    service_call<restart_set>(kIpFilterRestartSet),
+    service_call<rule_add>(kIpFilterRuleAdd),
+    service_call<rule_del>(kIpFilterRuleDel),
+    service_call<flush_chain>(kIpFilterFlushChain),
 };
 
 ServiceRegistration g_registration({.name = "ip_filter",

@@ -2,15 +2,17 @@
 #include <array>
 #include <map>
 
-#include "netapp/loopback_platform.h"
+#include "platform/include/records/loopback.h"
 #include "platform/linux/platformd/service.h"
+
+using namespace platform;
 
 namespace {
 
 constexpr uint32_t kLargestVlan = 4094;
 
 /// Plugs or pulls a cable loop: what this machine's ports cannot find by themselves.
-constexpr char kLoopSetCall[] = "platformd_loopback_state_set";
+constexpr Call kLoopSet{"platformd_loopback_state_set", kLoopbackResultLayout};
 
 st_loopback_detection_time g_time;
 std::map<uint32_t, st_loopback_detection_attr> g_ports;
@@ -60,10 +62,10 @@ void print(std::string& out) {
 }
 
 constexpr ServiceCall kCalls[] = {
-    service_call<time_set>(kLoopbackTimeSetCall, kLoopbackTimeLayout),
-    service_call<start>(kLoopbackStartCall, kLoopbackAttrLayout),
-    service_call<result_get>(kLoopbackResultGetCall, kLoopbackResultLayout),
-    service_call<state_set>(kLoopSetCall, kLoopbackResultLayout),
+    service_call<time_set>(kLoopbackTimeSet),
+    service_call<start>(kLoopbackStart),
+    service_call<result_get>(kLoopbackResultGet),
+    service_call<state_set>(kLoopSet),
 };
 
 ServiceRegistration g_registration({.name = "loopback",

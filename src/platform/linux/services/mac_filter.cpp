@@ -2,8 +2,10 @@
 #include <cstring>
 #include <vector>
 
+#include "platform/include/records/mac_filter.h"
 #include "platform/linux/platformd/service.h"
-#include "security/mac_filter/mac_filter_platform.h"
+
+using namespace platform;
 
 namespace {
 
@@ -57,9 +59,9 @@ void print(std::string& out) {
 }
 
 constexpr ServiceCall kCalls[] = {
-    service_call<mode_set>(kMacFilterModeSetCall, kMacFilterModeLayout),
-    service_call<item_add>(kMacFilterItemAddCall, kMacFilterItemLayout),
-    service_call<item_del>(kMacFilterItemDelCall, kMacFilterItemLayout),
+    service_call<mode_set>(kMacFilterModeSet),
+    service_call<item_add>(kMacFilterItemAdd),
+    service_call<item_del>(kMacFilterItemDel),
 };
 
 ServiceRegistration g_registration({.name = "mac_filter",

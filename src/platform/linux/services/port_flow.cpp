@@ -3,6 +3,8 @@
 #include "platform/linux/direct_calls.h"
 #include "platform/linux/platformd/service.h"
 
+using namespace platform;
+
 namespace {
 
 using Flows = std::map<uint32_t, st_port_flow>;  // by port
@@ -39,9 +41,9 @@ void print(std::string& out) {
 }
 
 constexpr ServiceCall kCalls[] = {
-    service_call<set_dport_flow>(kSetDportFlowCall, kPortFlowLayout),
-    service_call<set_sport_flow>(kSetSportFlowCall, kPortFlowLayout),
-    service_call<set_cpu_rate>(kSetCpuRateCall, kCpuRateLayout),
+    service_call<set_dport_flow>(kSetDportFlow),
+    service_call<set_sport_flow>(kSetSportFlow),
+    service_call<set_cpu_rate>(kSetCpuRate),
 };
 
 ServiceRegistration g_registration({.name = "port_flow", .calls = kCalls, .print = print});

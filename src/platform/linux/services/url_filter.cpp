@@ -2,8 +2,10 @@
 #include <cstring>
 #include <vector>
 
+#include "platform/include/records/url_filter.h"
 #include "platform/linux/platformd/service.h"
-#include "security/url_filter/url_filter_platform.h"
+
+using namespace platform;
 
 namespace {
 
@@ -51,9 +53,9 @@ void print(std::string& out) {
 }
 
 constexpr ServiceCall kCalls[] = {
-    service_call<filter_set>(kUrlFilterSetCall, kUrlFilterLayout),
-    service_call<address_set>(kUrlAddressSetCall, kUrlAddressLayout),
-    service_call<address_delete>(kUrlAddressDeleteCall, kUrlAddressLayout),
+    service_call<filter_set>(kUrlFilterSet),
+    service_call<address_set>(kUrlAddressSet),
+    service_call<address_delete>(kUrlAddressDelete),
 };
 
 ServiceRegistration g_registration({.name = "url_filter",

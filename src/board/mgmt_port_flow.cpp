@@ -1,13 +1,13 @@
-#include "core/mgmt_port_flow.h"
+#include "board/mgmt_port_flow.h"
 
 #include <cstdio>
 #include <cstring>
 
+#include "board/devicetree.h"
 #include "zu_services.h"
 
 namespace {
 
-constexpr char kCompatible[] = "/sys/firmware/devicetree/base/compatible";
 constexpr char kForwardingEngineBoard[] = "vakor";
 constexpr uint32_t kCpuPacketsPerSecond = 15000;
 
@@ -25,14 +25,11 @@ constexpr PortFlow kPortFlows[] = {
     {443, 7},  // HTTPS
 };
 
-/// Only the first of the property's NUL-separated entries counts, and of it what fits the buffer.
+/// Only the first line of the property's first entry counts, and of it what is read.
 bool has_forwarding_engine() {
-    std::FILE* file = std::fopen(kCompatible, "re");
-    if (!file) return false;
-    char text[32] = {};
-    const bool read = std::fgets(text, sizeof(text), file) != nullptr;
-    std::fclose(file);
-    return read && std::strstr(text, kForwardingEngineBoard) != nullptr;
+    board::Property compatible = board::read_property("compatible");
+    compatible.text[std::strcspn(compatible.text, "\n")] = '\0';
+    return std::strstr(compatible.text, kForwardingEngineBoard) != nullptr;
 }
 
 /// Result of the last call; the others are not looked at.
