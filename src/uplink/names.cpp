@@ -1,18 +1,15 @@
 #include "uplink/names.h"
 
 #include <algorithm>
+#include <string_view>
+
+#include "base/tokens.h"
 
 namespace appcfg::uplink {
 
-std::string_view take_word(const char*& text) {
-    text += std::strspn(text, " ");
-    const std::string_view word(text, std::strcspn(text, " "));
-    text += word.size();
-    return word;
-}
-
 bool Names::add(const char* text) {
-    for (auto word = take_word(text); !word.empty(); word = take_word(text)) {
+    base::Tokens words(text, " ");
+    for (std::string_view word; words.next(word);) {
         const size_t room = sizeof(names_) - used_;
         const size_t length = std::min(word.size(), room ? room - 1 : 0);
         if (length == 0) return false;

@@ -2,15 +2,11 @@
 
 #include <cstddef>
 #include <cstring>
-#include <string_view>
 
 namespace appcfg::uplink {
 
 /// The bond's device.
 inline constexpr char kBond[] = "bond-la";
-
-/// Takes the next word, as spaces separate them, off the front of `text`; empty after the last.
-std::string_view take_word(const char*& text);
 
 /// Names of interfaces or ports, none empty, in order: as many as make 255 characters with a space
 /// between each two.

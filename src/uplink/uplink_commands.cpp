@@ -1,32 +1,21 @@
 #include "uplink/uplink_commands.h"
 
-#include <cstring>
-
+#include "base/names.h"
 #include "uplink/lan_bridge.h"
 #include "zu_os.h"
 
 namespace appcfg::uplink {
 namespace {
 
-#define LETTERS_AND_DIGITS "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789"
-
-bool is_name(const char* name, size_t longest, const char* allowed) {
-    const size_t length = std::strspn(name, allowed);
-    return length > 0 && length <= longest && !name[length];
-}
-
 bool may_stand_in_line(const char* name) {
-    return is_lan_port(name) && is_interface_name(name);
+    return is_lan_port(name) && base::is_interface_name(name);
 }
 
 }  // namespace
 
-bool is_interface_name(const char* name) {
-    return is_name(name, 15, LETTERS_AND_DIGITS "._-");
-}
-
-bool is_section_name(const char* name) {
-    return is_name(name, 110, LETTERS_AND_DIGITS "_");
+bool is_section_name(std::string_view name) {
+    constexpr size_t kLongest = 110;
+    return base::is_name(name, kLongest) && name.find_first_of(".-") == name.npos;
 }
 
 void release_from_bridge(const Names& names) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string_view>
+
 #include "uplink/names.h"
 
 // The shell lines of uplink management. Names in them come from requests and from packages that
@@ -8,12 +10,8 @@
 
 namespace appcfg::uplink {
 
-/// True for what the kernel takes as an interface's name and no shell reads anything into: 1 to 15
-/// of the characters A-Z a-z 0-9 . _ -
-bool is_interface_name(const char* name);
-
 /// True for the name of a package's section, 1 to 110 of the characters A-Z a-z 0-9 _
-bool is_section_name(const char* name);
+bool is_section_name(std::string_view name);
 
 /// Takes the LAN ports among `names` out of the LAN bridge, and sets them up without a master.
 void release_from_bridge(const Names& names);

@@ -2,8 +2,9 @@
 
 #include <cstdio>
 #include <cstring>
+#include <string_view>
 
-#include "uplink/names.h"
+#include "base/tokens.h"
 #include "uplink/uplink_uci.h"
 
 /// Prints one line at once, so that it can be followed while services reload.
@@ -22,7 +23,8 @@ const char* printable(const char* text) {
 
 bool names_la(uci_section* zone, const char* networks) {
     if (!networks) return has_list_value(zone, "network", kInterface);
-    for (auto word = take_word(networks); !word.empty(); word = take_word(networks))
+    base::Tokens words(networks, " ");
+    for (std::string_view word; words.next(word);)
         if (word == kInterface) return true;
     return false;
 }

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <atomic>
 
+#include "base/names.h"
 #include "uplink/uplink_commands.h"
 #include "uplink/uplink_test.h"
 
@@ -8,7 +9,6 @@ using namespace appcfg;
 
 namespace {
 
-using appcfg::uplink::is_interface_name;
 using appcfg::uplink::is_section_name;
 using recording_commands::Lines;
 using recording_commands::take;
@@ -214,16 +214,17 @@ TEST_F(LinkAggregationTest, FullDiskNeverLooksLikeSuccess) {
 // No name is put into a shell line before it has passed this.
 TEST(Name, IsWhatNoShellReadsAnythingInto) {
     for (const char* name : {"eth0", "a", "wan1.45_x-Y", "name_of_15_char"})
-        EXPECT_TRUE(is_interface_name(name)) << name;
+        EXPECT_TRUE(base::is_interface_name(name)) << name;
     for (const char* name :
          {"", "eth0;reboot", "eth0\nreboot", "eth0 x", "eth$(reboot)", "eth`x`", "eth0&x", "eth'x",
           "eth\"x", "eth/x", "eth\\x", "eth*", "eth|x", "eth\xc3\xa9", "name_of_16_chars"})
-        EXPECT_FALSE(is_interface_name(name)) << name;
+        EXPECT_FALSE(base::is_interface_name(name)) << name;
     const std::string long_name(110, 'x');
     for (const auto& name : {std::string("wan1"), long_name})
-        EXPECT_TRUE(is_section_name(name.c_str())) << name;
-    for (const auto& name : {std::string(), long_name + 'x', std::string("wan;reboot")})
-        EXPECT_FALSE(is_section_name(name.c_str())) << name;
+        EXPECT_TRUE(is_section_name(name)) << name;
+    for (const auto& name :
+         {std::string(), long_name + 'x', std::string("wan;reboot"), std::string("wan.1")})
+        EXPECT_FALSE(is_section_name(name)) << name;
 }
 
 TEST_F(LinkAggregationTest, GatewayWithoutABusIsNoFailure) {
