@@ -1,11 +1,13 @@
 #include "platform/uci/package_text.h"
 
-#include <cstdint>
+#include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <string_view>
+#include <vector>
 
 #include "platform/uci/uci_names.h"
+
+namespace storage {
 
 std::mutex libuci_statics;
 
@@ -42,22 +44,14 @@ void append_section(std::string& to, const uci_section& section) {
     }
 }
 
-/// Types are written without quotes.
-bool type_reads_back(const char* type) {
-    if (!*type) return false;
-    for (; *type; ++type)
-        if (*type <= ' ' || *type > '~' || strchr("'\"\\#;", *type)) return false;
-    return true;
-}
-
-bool is_second_of_its_name(const uci_package& package, const uci_section& section) {
-    const uci_element* other;
-    uci_foreach_element(&package.sections, other) {
-        if (other == &section.e) return false;
-        if (!uci_to_section(other)->anonymous && strcmp(other->name, section.e.name) == 0)
-            return true;
+bool names_are_unique(const uci_package& package) {
+    std::vector<std::string_view> names;
+    const uci_element* element;
+    uci_foreach_element(&package.sections, element) {
+        if (!uci_to_section(element)->anonymous) names.push_back(element->name);
     }
-    return false;
+    std::sort(names.begin(), names.end());
+    return std::adjacent_find(names.begin(), names.end()) == names.end();
 }
 
 }  // namespace
@@ -94,10 +88,10 @@ bool sections_read_back(const uci_package& package) {
     const uci_element* element;
     uci_foreach_element(&package.sections, element) {
         const uci_section& section = *uci_to_section(element);
-        if (!type_reads_back(section.type)) return false;
-        if (!section.anonymous &&
-            (!uci_is_name(element->name, SIZE_MAX) || is_second_of_its_name(package, section)))
-            return false;
+        if (!is_type(section.type)) return false;
+        if (!section.anonymous && !is_section_name(element->name)) return false;
     }
-    return true;
+    return names_are_unique(package);
 }
+
+}  // namespace storage
