@@ -1,7 +1,8 @@
 #include "platform/uci/package_text.h"
 
-#include <algorithm>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <string_view>
 #include <vector>
 
@@ -44,14 +45,20 @@ void append_section(std::string& to, const uci_section& section) {
     }
 }
 
+int compare_names(const void* a, const void* b) {
+    return strcmp(*static_cast<const char* const*>(a), *static_cast<const char* const*>(b));
+}
+
 bool names_are_unique(const uci_package& package) {
-    std::vector<std::string_view> names;
+    std::vector<const char*> names;
     const uci_element* element;
     uci_foreach_element(&package.sections, element) {
         if (!uci_to_section(element)->anonymous) names.push_back(element->name);
     }
-    std::sort(names.begin(), names.end());
-    return std::adjacent_find(names.begin(), names.end()) == names.end();
+    if (!names.empty()) qsort(names.data(), names.size(), sizeof(names[0]), compare_names);
+    for (size_t n = 1; n < names.size(); ++n)
+        if (strcmp(names[n - 1], names[n]) == 0) return false;
+    return true;
 }
 
 }  // namespace

@@ -16,6 +16,7 @@ struct Hold {
     uint32_t depth = 0;   // brackets that are open
     bool looked = false;  // the file has been checked; its model is the hold's state of it
     uint32_t state = 0;   // generation of that model, 0 if there was none
+    bool read = false;    // the caller knows something of it
     bool locked = false;  // the file is locked and the model may be ahead of it
     bool edited = false;  // it is
     bool failed = false;
@@ -62,6 +63,13 @@ Package* look_at(const char* name, UciStore store = UciStore::Config) {
     return package;
 }
 
+/// For what the caller will build on.
+Package* look_to_read(const char* name, UciStore store = UciStore::Config) {
+    Package* package = look_at(name, store);
+    if (package && package->hold.depth > 0) package->hold.read = true;
+    return package;
+}
+
 int32_t copy_text(const char* text, char* buffer, uint32_t size) {
     if (!buffer || size == 0) return -1;
     const size_t length = text ? strnlen(text, size - 1) : 0;
@@ -88,7 +96,7 @@ bool begin_change(Package& package, UciMissing missing) {
     if (!package.file().load_for_change(missing)) return false;
     hold.locked = true;
     const bool overtaken =
-        hold.looked && hold.state != 0 && hold.state != package.file().generation();
+        hold.read && hold.state != 0 && hold.state != package.file().generation();
     hold.looked = true;
     return !overtaken;
 }
@@ -161,13 +169,13 @@ void vsuci_use_directories(UciDirectories directories) {
 
 int32_t vsuci_total(const char* package, const char* type, int32_t* count, int32_t) {
     if (!count) return -1;
-    Package* found = look_at(package);
+    Package* found = look_to_read(package);
     *count = found ? static_cast<int32_t>(found->total(type)) : 0;
     return 0;
 }
 
 int32_t vsuci_get_int32(const char* package, const char* section, const char* option) {
-    Package* found = look_at(package);
+    Package* found = look_to_read(package);
     const char* text = found ? found->text(section, option) : nullptr;
     return text ? low_bits(text) : 0;
 }
@@ -209,7 +217,7 @@ int32_t vsuci_del(const char* package, const char* section) {
 
 int32_t vsuci_get(const char* package, const char* section, const char* option, char* buffer,
                   uint32_t size) {
-    Package* found = look_at(package);
+    Package* found = look_to_read(package);
     return copy_text(found ? found->text(section, option) : nullptr, buffer, size);
 }
 
@@ -219,7 +227,7 @@ int32_t vsuci_set(const char* package, const char* section, const char* option, 
 
 int32_t vsuci_get_zu_cfm(const char* package, const char* section, const char* option, char* buffer,
                          uint32_t size) {
-    Package* found = look_at(package, UciStore::Factory);
+    Package* found = look_to_read(package, UciStore::Factory);
     return copy_text(found ? found->text(section, option) : nullptr, buffer, size);
 }
 

@@ -270,6 +270,13 @@ TEST_F(Vsuci, AHoldThatWasOvertakenFailsInsteadOfChangingAnotherRow) {
     EXPECT_EQ(vsuci_set("app_t", "@ROW[0]", "a", "2"), -1);
     EXPECT_EQ(vsuci_release("app_t"), -1);
     EXPECT_EQ(read("app_t"), "config ROW\n\toption a 'other'\n");
+    // One that has only written knows of no row that could have become another.
+    vsuci_hold("app_t");
+    EXPECT_EQ(vsuci_set("app_t", "@ROW[0]", "a", "other"), 0);
+    write("app_t", "config ROW\n\toption a 'another'\n");
+    EXPECT_EQ(vsuci_set("app_t", "@ROW[0]", "b", "2"), 0);
+    EXPECT_EQ(vsuci_release("app_t"), 0);
+    EXPECT_EQ(get("app_t", "@ROW[0]", "a"), "another");
 }
 
 TEST_F(Vsuci, WhatDoesNotParseIsLeftAsItIs) {
