@@ -44,8 +44,20 @@ step_format() {
 step_lint() {
     with_lock provide_packages "${LINT_PACKAGES[@]}"
     cd "$ROOT"
+    all_sources_listed
     grep -rlZE --exclude-dir=build --exclude-dir=.git '^#!/bin/(ba)?sh$' . |
         xargs -0 -r shellcheck --check-sourced
+}
+
+# One that no list names would not be compiled, and nobody would notice.
+all_sources_listed() {
+    local source unlisted=0
+    while read -r source; do
+        grep -qwF "${source#tests/}" CMakeLists.txt tests/CMakeLists.txt && continue
+        echo "$source stands in no CMakeLists.txt"
+        unlisted=1
+    done < <(find src tests -name '*.cpp')
+    return "$unlisted"
 }
 
 # Older releases cannot read C++20 as it is used here. It needs to know how the sources are compiled,
