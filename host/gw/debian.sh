@@ -71,16 +71,20 @@ copy_sources() {
     tar -C "$ROOT" --exclude=./build --exclude=./.git -cf - . | tar -C "$to" -xf -
 }
 
-# Runs a command in the other release; it and all it has started end with this process, and the
-# mounts with it. Downloads of crates are shared, because they are the same everywhere.
-in_debian() {
-    local root cargo=${CARGO_HOME:-$HOME/.cargo}
+# Runs a command in the other release. It and all it has started end with this process, and the
+# mounts with them: the first process of a namespace is deaf to what a terminal sends, so it is
+# killed. Downloads of crates are shared, because they are the same everywhere.
+in_debian() (
+    cargo=${CARGO_HOME:-$HOME/.cargo}
     root=$(debian_root "$1")
     shift
     mkdir -p "$cargo"
-    unshare --mount --pid --fork --kill-child bash -c \
-        "set -e; $(declare -f enter_debian); enter_debian \"\$@\"" enter "$root" "$cargo" "$@"
-}
+    setpriv --pdeathsig KILL unshare --mount --pid --fork --kill-child bash -c \
+        "set -e; $(declare -f enter_debian); enter_debian \"\$@\"" enter "$root" "$cargo" "$@" &
+    inner=$!
+    trap 'kill -KILL "$inner"; exit 130' INT TERM HUP
+    wait "$inner"
+)
 
 enter_debian() {
     local root=$1 cargo=$2
