@@ -101,18 +101,17 @@ Index lowest_free_index(const TableOf<Row>& table, Index Row::*key, Index larges
     return index <= largest ? index : Index{0};
 }
 
-/// Writes the index of every readable row, in table order, into `indexes`, which has room for
-/// `size` bytes. False, with nothing written, if the list has more rows than that.
-template <class Row, class Index>
-[[nodiscard]] bool list_indexes(const TableOf<Row>& table, Index Row::*key, Index* indexes,
-                                uint32_t size) {
-    const Index* const end = indexes + size / sizeof(*indexes);
-    if (count_rows(table) > end - indexes) return false;
+/// Writes `tell(row)` of every readable row, in table order, into `told`, which has room for `size`
+/// bytes. False, with nothing written, if the list has more rows than that.
+template <class Row, class Told, class Tell>
+[[nodiscard]] bool list_rows(const TableOf<Row>& table, Told* told, uint32_t size, Tell tell) {
+    const Told* const end = told + size / sizeof(*told);
+    if (count_rows(table) > end - told) return false;
     Row row;
     // Another program may have added rows since they were counted.
     walk_rows(table, row, [&](const Row& r, int32_t) {
-        if (indexes != end) *indexes++ = r.*key;
-        return indexes == end;
+        if (told != end) *told++ = tell(r);
+        return told == end;
     });
     return true;
 }

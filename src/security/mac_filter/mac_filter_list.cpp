@@ -1,7 +1,7 @@
 #include "core/bounded.h"
 #include "core/log.h"
 #include "core/result.h"
-#include "core/rows.h"
+#include "core/row_queries.h"
 #include "records/mac_filter.h"
 #include "security/mac_filter/mac_filter.h"
 
@@ -172,16 +172,14 @@ int32_t igdCmSecureMacFilterListGet(Rule* rule, uint32_t size) {
 }
 
 int32_t igdCmSecureMacFilterListEntryNumGet(uint32_t* count, uint32_t size) {
-    if (!is_record(count, size)) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
-    *count = static_cast<uint32_t>(count_rows(mac_filter_list_table));
-    SECURITY_LOG("igdCmSecureMacFilterListEntryNumGet: entrynum[%d]\t\n\r\n", *count);
-    return 0;
+    const int32_t result = report_count(mac_filter_list_table, count, size);
+    if (result == 0)
+        SECURITY_LOG("igdCmSecureMacFilterListEntryNumGet: entrynum[%d]\t\n\r\n", *count);
+    return result;
 }
 
 int32_t igdCmSecureMacFilterListGetallIndex(uint32_t* indexes, uint32_t size) {
-    if (!indexes) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
-    const bool listed = list_indexes(mac_filter_list_table, &Rule::ulIndex, indexes, size);
-    return listed ? 0 : IGD_CM_OPERATE_FAIL;
+    return report_indexes(mac_filter_list_table, &Rule::ulIndex, indexes, size);
 }
 
 int32_t igdCmSecureMacFilterListInit() {
