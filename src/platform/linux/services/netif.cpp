@@ -1,10 +1,11 @@
 #include "platform/include/records/netif.h"
 
-#include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <map>
 
 #include "platform/linux/platformd/service.h"
+#include "platform/linux/record_text.h"
 
 namespace platform::platformd::netif {
 
@@ -13,6 +14,9 @@ constexpr size_t kMaxInterfaces = 64;
 /// What `if_flag` says of interfaces that somebody has declared; those that the gateway knows from
 /// the factory have 0.
 constexpr uint32_t kDeclared = 1;
+
+/// By `if_type`.
+constexpr const char* kTypes[] = {"none", "ethernet", "fibre", "radio24", "radio58"};
 
 using Interfaces = std::map<std::string, ifinfo>;
 
@@ -40,7 +44,7 @@ std::string name_of(const ifinfo& interface) {
 bool is_interface(const ifinfo& interface) {
     const auto length = name_of(interface).size();
     if (length == 0 || length == sizeof(interface.if_name)) return false;
-    if (interface.if_type > kInterfaceRadio58) return false;
+    if (interface.if_type >= std::size(kTypes)) return false;
     return interface.if_role == kInterfaceLan || interface.if_role == kInterfacePon ||
            interface.if_role == kInterfaceWanRoot;
 }
@@ -72,9 +76,19 @@ int32_t learnt_flush(st_lrn_flush& flush) {
     return flush.kind == kLearntFromHost ? 0 : -1;
 }
 
+const char* role_name(uint32_t role) {
+    if (role == kInterfaceLan) return "lan";
+    return role == kInterfacePon ? "pon" : "wan_root";
+}
+
 void print(std::string& out) {
-    for (const auto& [name, interface] : g_interfaces)
-        state_record(out, "interface", kInterfaceLayout, &interface);
+    for (const auto& [name, known] : g_interfaces) {
+        std::string quoted;
+        append_quoted(quoted, name);
+        state_line(out, "interface %s role=%s type=%s port=%u alport=0x%x declared=%u",
+                   quoted.c_str(), role_name(known.if_role), kTypes[known.if_type], known.if_port,
+                   known.alport, known.if_flag);
+    }
 }
 
 constexpr ServiceCall kCalls[] = {
