@@ -93,7 +93,12 @@ int32_t igdCmQosItemAttrAdd(Item* request, uint32_t size) {
         QOS_LOG("QoS item tab is full !\r\n\r\n");
         return IGD_CM_OPERATE_FULL;
     }
-    if (!Items().put_into_force(row) || !add_row(item_table, row)) return IGD_CM_OPERATE_FAIL;
+    const Items items;
+    if (!items.put_into_force(row)) return IGD_CM_OPERATE_FAIL;
+    if (!add_row(item_table, row)) {
+        static_cast<void>(items.take_back(row));
+        return IGD_CM_OPERATE_FAIL;
+    }
     request->index = row.index;
     return 0;
 }
