@@ -1,5 +1,6 @@
 #include "qos/qos.h"
 #include "qos/qos_records.h"
+#include "qos/startup/settings.h"
 
 namespace appcfg::qos {
 namespace {
@@ -169,7 +170,8 @@ int32_t register_tables() {
         unserved_table(547),
         unserved_table(548),
     };
-    return mib_chain_register(kDescriptors, std::size(kDescriptors));
+    if (mib_chain_register(kDescriptors, std::size(kDescriptors)) != 0) return -1;
+    return register_settings();
 }
 
 }  // namespace appcfg::qos
