@@ -239,6 +239,17 @@ inline constexpr TableDescriptor single_row_table{
     .remove = nullptr,
 };
 
+/// Descriptor of a table that belongs to another program: rows are read and nothing else.
+template <const auto& T>
+inline constexpr TableDescriptor read_only_table{
+    .id = T.id,
+    .total = single_row_table<T>.total,
+    .get = single_row_table<T>.get,
+    .update = nullptr,
+    .add = nullptr,
+    .remove = nullptr,
+};
+
 template <const auto& T>
 inline constexpr TableDescriptor list_table{
     .id = T.id,
