@@ -48,6 +48,8 @@ __attribute__((format(printf, 4, 5))) void log_line(const LogSource& source, con
     LOG_AS(kSecurityLog, operation, text __VA_OPT__(, ) __VA_ARGS__)
 #define LOOPBACK_LOG_AS(operation, text, ...) \
     LOG_AS(kLoopbackLog, operation, text __VA_OPT__(, ) __VA_ARGS__)
+#define LANHOST_LOG_AS(operation, text, ...) \
+    LOG_AS(kLanHostLog, operation, text __VA_OPT__(, ) __VA_ARGS__)
 #define QOS_LOG_AS(operation, text, ...) LOG_AS(kQosLog, operation, text __VA_OPT__(, ) __VA_ARGS__)
 
 }  // namespace appcfg

@@ -206,6 +206,9 @@ int32_t table_update(const Table& table, const void* record, int32_t position);
 int32_t table_add(const Table& table, const void* record);
 int32_t table_remove(const Table& table, int32_t position);
 
+/// Ends every text of a record within its member: one that comes from another process may fill it.
+void end_texts(const Table& table, void* record);
+
 /// True if every column that `request` selects is within its range.
 [[nodiscard]] bool selected_in_range(const Table& table, const void* request);
 
@@ -232,6 +235,17 @@ inline constexpr TableDescriptor single_row_table{
     .total = [] { return table_total(T); },
     .get = [](int32_t position, void* record) { return table_get(T, position, record); },
     .update = [](const void* record, int32_t pos) { return table_update(T, record, pos); },
+    .add = nullptr,
+    .remove = nullptr,
+};
+
+/// Descriptor of a table that belongs to another program: rows are read and nothing else.
+template <const auto& T>
+inline constexpr TableDescriptor read_only_table{
+    .id = T.id,
+    .total = single_row_table<T>.total,
+    .get = single_row_table<T>.get,
+    .update = nullptr,
     .add = nullptr,
     .remove = nullptr,
 };

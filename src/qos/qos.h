@@ -177,7 +177,7 @@ int32_t igdCmQosModuleInit();
 
 namespace appcfg::qos {
 
-/// Enters the 17 tables into the registry.
+/// Enters the 17 tables into the registry, and behind them those of others that QoS reads.
 int32_t register_tables();
 
 /// The bus object `app_qos`.

@@ -1,5 +1,6 @@
 #include "qos/qos.h"
 #include "qos/qos_records.h"
+#include "qos/startup/settings.h"
 
 namespace appcfg::qos {
 namespace {
@@ -204,7 +205,8 @@ int32_t register_tables() {
         list_table<item_table>,
         list_table<interface_speed_table>,
     };
-    return mib_chain_register(kDescriptors, std::size(kDescriptors));
+    if (mib_chain_register(kDescriptors, std::size(kDescriptors)) != 0) return -1;
+    return register_settings();
 }
 
 }  // namespace appcfg::qos
