@@ -36,6 +36,7 @@ def reset():
     if not PRISTINE.exists():
         shutil.copytree(CONFIG, PRISTINE)
     must("box-service", "stop", "appcfgd", "platformd")
+    must("mount", "-o", "remount,rw", str(CONFIG))
     for path in CONFIG.iterdir():
         path.unlink()
     shutil.copytree(PRISTINE, CONFIG, dirs_exist_ok=True)
