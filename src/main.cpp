@@ -1,3 +1,7 @@
+#include <cstdio>
+#include <cstring>
+
+#include "base/standard_descriptors.h"
 #include "board/mgmt_port_flow.h"
 #include "core/daemon.h"
 #include "core/mib_chain.h"
@@ -11,7 +15,31 @@
 
 using namespace appcfg;
 
-int main() {
+namespace {
+
+constexpr int kUsageError = 2;
+
+/// Answers whoever asks what this program is. The daemon takes no arguments, and one that is
+/// started beside a running one would replay the whole configuration.
+int describe(const char* question) {
+    if (std::strcmp(question, "--version") == 0) {
+        std::puts("appcfgd " APPCFGD_VERSION);
+        return 0;
+    }
+    const bool asked = std::strcmp(question, "--help") == 0;
+    std::fputs(
+        "Usage: appcfgd [--help | --version]\n"
+        "Without arguments: replays the stored configuration into the platform, then serves the\n"
+        "app_* objects on the bus until SIGTERM.\n",
+        asked ? stdout : stderr);
+    return asked ? 0 : kUsageError;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    base::occupy_standard_descriptors();
+    if (argc > 1) return describe(argv[1]);
     // Platform services come up, and get their stored configuration back, in this order.
     static constexpr StartupStep kStartup[] = {
         mib_chain_clear,

@@ -57,9 +57,9 @@ Frame::Frame(std::vector<char> bytes) : bytes_(std::move(bytes)) {
     blob_attr_info kinds[kAttributeCount] = {};
     for (int id = 0; id < kAttributeCount; ++id)
         kinds[id].type = blob_type_of(static_cast<Attribute>(id));
-    auto* blob = reinterpret_cast<blob_attr*>(bytes_.data() + sizeof(header));
     std::memset(attributes_, 0, sizeof(attributes_));
-    blob_parse_untrusted(blob, bytes_.size() - sizeof(header), attributes_, kinds, kAttributeCount);
+    blob_parse_untrusted(blob(), bytes_.size() - sizeof(header), attributes_, kinds,
+                         kAttributeCount);
 }
 
 uint32_t Frame::number(Attribute attribute) const {
@@ -118,13 +118,11 @@ FrameBody& FrameBody::list(Attribute attribute, const blob_attr* list) {
     return *this;
 }
 
-int FrameBody::send(int fd, MessageType type, uint16_t sequence, uint32_t peer) const {
-    if (!good_ || blob_raw_len(buffer_.head) > kMaxBlob) return UBUS_STATUS_INVALID_ARGUMENT;
+bool FrameBody::send(int fd, MessageType type, uint16_t sequence, uint32_t peer) const {
     FrameHeader header{kVersion, static_cast<uint8_t>(type), htons(sequence), htonl(peer)};
     size_t length = blob_raw_len(buffer_.head);
     std::vector<char> bytes(sizeof(header) + length);
     std::memcpy(bytes.data(), &header, sizeof(header));
     std::memcpy(bytes.data() + sizeof(header), buffer_.head, length);
-    return send_all(fd, bytes.data(), bytes.size()) ? UBUS_STATUS_OK
-                                                    : UBUS_STATUS_CONNECTION_FAILED;
+    return send_all(fd, bytes.data(), bytes.size());
 }

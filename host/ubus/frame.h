@@ -26,6 +26,7 @@ enum class MessageType : uint8_t {
     Invoke,
     AddObject,
     RemoveObject,
+    Monitor = 11,
 };
 
 enum class Attribute {
@@ -57,6 +58,9 @@ class Frame {
     MessageType type() const { return type_; }
     uint16_t sequence() const { return sequence_; }
     uint32_t peer() const { return peer_; }
+
+    /// All of the message but its header, unchecked.
+    blob_attr* blob() { return reinterpret_cast<blob_attr*>(bytes_.data() + sizeof(FrameHeader)); }
 
     /// The attribute, or nullptr when it is missing or of the wrong kind. Numbers are 32 bits wide
     /// (NoReply: 8), texts end in NUL.
@@ -107,10 +111,12 @@ class FrameBody {
     /// Puts the contents of `list` under `attribute`; nullptr: nothing in it.
     FrameBody& list(Attribute attribute, const blob_attr* list);
 
-    /// Sends all of it, waiting for the broker to accept it. UBUS_STATUS_INVALID_ARGUMENT when it
-    /// does not fit in a message (nothing was sent); UBUS_STATUS_CONNECTION_FAILED when the broker
-    /// is gone or accepts nothing any more.
-    int send(int fd, MessageType type, uint16_t sequence, uint32_t peer) const;
+    /// Whether all of it is there and the broker would take it.
+    bool sendable() const { return good_ && blob_pad_len(buffer_.head) <= kMaxBlob; }
+
+    /// Sends all of it, however long, waiting for the broker to accept it. False when the broker is
+    /// gone or accepts nothing any more.
+    bool send(int fd, MessageType type, uint16_t sequence, uint32_t peer) const;
 
   private:
     blob_buf buffer_{};

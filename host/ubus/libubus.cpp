@@ -10,6 +10,7 @@
 #include <chrono>
 #include <climits>
 #include <cstddef>
+#include <cstdio>
 #include <cstring>
 #include <deque>
 #include <utility>
@@ -70,14 +71,20 @@ void leave(Context& context) {
 
 /// Gives the connection up such that the event loop, too, sees its end.
 void abandon(Context& context) {
+    context.sock.eof = true;
     ::shutdown(context.sock.fd, SHUT_RDWR);
 }
 
-int send(Context& context, const FrameBody& body, MessageType type, uint16_t sequence,
-         uint32_t peer) {
-    int status = body.send(context.sock.fd, type, sequence, peer);
-    if (status == UBUS_STATUS_CONNECTION_FAILED) abandon(context);
-    return status;
+void lose(Context& context) {
+    abandon(context);
+    context.connection_lost(&context);
+}
+
+bool send(Context& context, const FrameBody& body, MessageType type, uint16_t sequence,
+          uint32_t peer) {
+    if (body.send(context.sock.fd, type, sequence, peer)) return true;
+    abandon(context);
+    return false;
 }
 
 int call_method(Context& context, ubus_request_data& request, const Frame& frame) {
@@ -91,10 +98,10 @@ int call_method(Context& context, ubus_request_data& request, const Frame& frame
 
     const ubus_method* end = (*object)->methods + (*object)->n_methods;
     const ubus_method* method = std::find_if((*object)->methods, end, [&](auto& candidate) {
-        return candidate.name && std::strcmp(candidate.name, name) == 0;
+        return !candidate.name || std::strcmp(candidate.name, name) == 0;
     });
     if (method == end) return UBUS_STATUS_METHOD_NOT_FOUND;
-    return method->handler(&context, *object, &request, method->name, arguments);
+    return method->handler(&context, *object, &request, name, arguments);
 }
 
 void serve(Context& context, const Frame& frame) {
@@ -144,16 +151,12 @@ void dispatch(Context& context, Frame frame) {
             else
                 serve(context, frame);
             break;
+        case MessageType::Monitor:
+            if (context.monitor_cb) context.monitor_cb(&context, frame.sequence(), frame.blob());
+            break;
         default:
             break;
     }
-}
-
-void lose(Context& context) {
-    uloop_fd_delete(&context.sock);
-    uloop_timeout_cancel(&context.pending_timer);
-    context.postponed.clear();
-    context.connection_lost(&context);
 }
 
 void on_readable(uloop_fd* sock, unsigned int) {
@@ -165,6 +168,7 @@ void on_readable(uloop_fd* sock, unsigned int) {
                 dispatch(context, context.reader.take());
                 break;
             case FrameReader::Result::Nothing:
+                if (sock->eof) context.connection_lost(&context);  // a handler could not send
                 return;
             case FrameReader::Result::Lost:
                 lose(context);
@@ -188,7 +192,7 @@ int wait_for_status(Context& context, Request& request, const Deadline& deadline
                 wait_readable(context.sock.fd, deadline);
                 break;
             case FrameReader::Result::Lost:
-                abandon(context);
+                lose(context);
                 return UBUS_STATUS_CONNECTION_FAILED;
         }
         if (!request.status_msg && deadline.passed()) return UBUS_STATUS_TIMEOUT;
@@ -202,12 +206,12 @@ int run(Context& context, Request& request, MessageType type, const FrameBody& b
     Deadline deadline(milliseconds);
     request.ctx = &context;
     request.seq = ++context.request_seq;
-    int status = send(context, body, type, request.seq, request.peer);
-    if (status != UBUS_STATUS_OK) return status;
+    if (!body.sendable() || !send(context, body, type, request.seq, request.peer))
+        return UBUS_STATUS_INVALID_ARGUMENT;
 
     request.outer = std::exchange(context.innermost, &request);
     enter(context);
-    status = wait_for_status(context, request, deadline);
+    int status = wait_for_status(context, request, deadline);
     context.innermost = request.outer;
     leave(context);
     return status;
@@ -291,7 +295,9 @@ ubus_context* ubus_connect(const char* path) {
     auto* context = new Context{};
     context->sock.fd = fd;
     context->sock.cb = on_readable;
-    context->connection_lost = [](ubus_context*) { uloop_end(); };
+    context->connection_lost = [](ubus_context* lost) {
+        if (lost->sock.registered) uloop_end();
+    };
     context->pending_timer.cb = serve_one_postponed;
     if (take_greeting(*context)) return context;
     ubus_free(context);
@@ -322,8 +328,10 @@ const char* ubus_strerror(int error) {
                                              "Parsing message data failed",
                                              "System error"};
     static_assert(std::size(kTexts) == __UBUS_STATUS_LAST);
-    bool known = error >= 0 && error < __UBUS_STATUS_LAST;
-    return kTexts[known ? error : static_cast<int>(UBUS_STATUS_UNKNOWN_ERROR)];
+    if (error >= 0 && error < __UBUS_STATUS_LAST) return kTexts[error];
+    static char unknown[32];
+    std::snprintf(unknown, sizeof(unknown), "Unknown error: %d", error);
+    return unknown;
 }
 
 // A gateway's broker refuses a second object of one name; the one on development machines would
@@ -415,7 +423,8 @@ int ubus_invoke_fd(ubus_context* ctx, uint32_t obj, const char* method, blob_att
 int ubus_send_reply(ubus_context* ctx, ubus_request_data* req, blob_attr* msg) {
     FrameBody body;
     body.number(Attribute::ObjectId, req->object).list(Attribute::Data, msg);
-    return send(context_of(ctx), body, MessageType::Data, req->seq, req->peer);
+    bool sent = send(context_of(ctx), body, MessageType::Data, req->seq, req->peer);
+    return sent ? UBUS_STATUS_OK : UBUS_STATUS_NO_DATA;
 }
 
 void ubus_defer_request(ubus_context*, ubus_request_data* req, ubus_request_data* new_req) {

@@ -2,8 +2,8 @@
 
 // The gateway's bus library, as far as this gateway's programs use it, for machines that have none.
 // Names, member orders and behaviour are those of the library on the gateways, so that the same
-// sources build against either; what none of our programs needs (events, subscriptions, descriptors
-// in messages, access lists) is left out. Every function that returns int returns an
+// sources build against either; what none of our programs needs (subscriptions, descriptors in
+// messages, access lists) is left out. Every function that returns int returns an
 // enum ubus_msg_status.
 
 #ifdef __cplusplus
@@ -37,10 +37,14 @@ enum ubus_msg_status {
 };
 
 struct ubus_context;
+struct ubus_event_handler;
 struct ubus_object;
 struct ubus_object_data;
 struct ubus_request;
 struct ubus_request_data;
+
+// Who and what on the bus has a fixed number.
+enum { UBUS_SYSTEM_OBJECT_EVENT = 1, UBUS_SYSTEM_OBJECT_MONITOR = 3 };
 
 // Serves one call. `msg` holds the caller's arguments as the caller sent them (never NULL, contents
 // unchecked) and is valid until the handler returns. The value returned becomes the call's status,
@@ -55,8 +59,12 @@ typedef void (*ubus_lookup_handler_t)(struct ubus_context* ctx, struct ubus_obje
 // from the other program unchecked and is valid until the callback returns.
 typedef void (*ubus_data_handler_t)(struct ubus_request* req, int type, struct blob_attr* msg);
 
+// Takes one event; `msg` as in ubus_handler_t.
+typedef void (*ubus_event_handler_t)(struct ubus_context* ctx, struct ubus_event_handler* ev,
+                                     const char* type, struct blob_attr* msg);
+
 struct ubus_method {
-    const char* name;
+    const char* name;  // NULL: every name
     ubus_handler_t handler;
     unsigned long mask;  // which arguments of `policy` are shown in the signature; 0: all
     unsigned long tags;
@@ -88,9 +96,31 @@ struct ubus_context {
     uint32_t local_id;
     uint16_t request_seq;
     struct uloop_timeout pending_timer;
-    // Called once from the event loop when the broker is gone or has sent what is no message. The
-    // default ends the loop. The context may be freed in it.
+    // Called when the broker is gone or has sent what is no message: from the event loop, and from
+    // within a request that waits; more than once, and again and again while the descriptor stays
+    // in the loop. The context may be freed in it only where no request waits. The default ends the
+    // loop if the descriptor is still in it, but the loop itself takes a descriptor out that was
+    // hung up: a program that does not set this outlives its broker.
     void (*connection_lost)(struct ubus_context* ctx);
+    // Takes each message that the broker tells of, after ubus_monitor_start; unchecked.
+    void (*monitor_cb)(struct ubus_context* ctx, uint32_t seq, struct blob_attr* data);
+};
+
+struct ubus_event_handler {
+    struct ubus_object obj;
+    ubus_event_handler_t cb;
+};
+
+// The attributes of what goes to monitor_cb: numbers of 32 bits, but SEND of 8 (whether the broker
+// sent it to CLIENT, or received it from there), and the message's own attributes in DATA.
+enum ubus_monitor_attr {
+    UBUS_MONITOR_CLIENT,
+    UBUS_MONITOR_PEER,
+    UBUS_MONITOR_SEND,
+    UBUS_MONITOR_SEQ,
+    UBUS_MONITOR_TYPE,
+    UBUS_MONITOR_DATA,
+    UBUS_MONITOR_MAX
 };
 
 struct ubus_object_data {
@@ -149,9 +179,9 @@ const char* ubus_strerror(int error);
 // sender, so other requests may be waiting further up the stack. Calls of our own objects that
 // arrive meanwhile are kept and served in order from the event loop once nothing waits or runs
 // any more: handlers never nest, and a handler that calls itself, or whose callee calls back, ends
-// in the inner call's timeout. UBUS_STATUS_CONNECTION_FAILED when the broker is or gets lost,
+// in the inner call's timeout. UBUS_STATUS_CONNECTION_FAILED when the broker gets lost,
 // UBUS_STATUS_TIMEOUT when it does not answer in ten seconds,
-// UBUS_STATUS_INVALID_ARGUMENT for messages beyond 1 MiB.
+// UBUS_STATUS_INVALID_ARGUMENT for messages beyond 1 MiB and when the broker is lost already.
 
 // Puts the object on the bus and sets its id and its type's. Its strings, methods and type must
 // stay. UBUS_STATUS_INVALID_ARGUMENT when it is there already or the broker refuses the name,
@@ -179,8 +209,9 @@ static inline int ubus_invoke(struct ubus_context* ctx, uint32_t obj, const char
     return ubus_invoke_fd(ctx, obj, method, msg, cb, priv, timeout, -1);
 }
 
-// Sends one reply to the caller; any number may be sent before the call ends.
-// UBUS_STATUS_INVALID_ARGUMENT beyond 1 MiB, UBUS_STATUS_CONNECTION_FAILED without a broker.
+// Sends one reply to the caller; any number may be sent before the call ends. UBUS_STATUS_NO_DATA
+// without a broker. The length is not looked at: the broker drops a client whose message, the reply
+// and 12 bytes around it, is beyond 1 MiB.
 int ubus_send_reply(struct ubus_context* ctx, struct ubus_request_data* req, struct blob_attr* msg);
 
 // Leaves the call open when its handler returns; `new_req` may then be used until
@@ -189,6 +220,18 @@ void ubus_defer_request(struct ubus_context* ctx, struct ubus_request_data* req,
                         struct ubus_request_data* new_req);
 void ubus_complete_deferred_request(struct ubus_context* ctx, struct ubus_request_data* req,
                                     int ret);
+
+// Has `ev->cb` called from the event loop for every event that `pattern` names (a final '*' stands
+// for any rest); may be called again with further patterns. `ev` starts as zeroes, but for cb.
+int ubus_register_event_handler(struct ubus_context* ctx, struct ubus_event_handler* ev,
+                                const char* pattern);
+
+// Sends the event `id` with the contents of `data` to all who listen for it.
+int ubus_send_event(struct ubus_context* ctx, const char* id, struct blob_attr* data);
+
+// Has all messages on the bus told to monitor_cb. UBUS_STATUS_PERMISSION_DENIED but for root.
+int ubus_monitor_start(struct ubus_context* ctx);
+int ubus_monitor_stop(struct ubus_context* ctx);
 
 #ifdef __cplusplus
 }

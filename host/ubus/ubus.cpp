@@ -1,45 +1,26 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <charconv>
 #include <chrono>
 #include <cinttypes>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <iterator>
-#include <memory>
-#include <string_view>
 
-#include "libubus.h"
+#include "tool.h"
 
 extern "C" {
 #include <libubox/blobmsg_json.h>
 }
 
-// The gateway's command-line tool for the bus, as far as people and test scripts use it here.
-
-namespace {
-
-constexpr int kNoBroker = 255;
-constexpr int kPollMicroseconds = 50000;
+// The gateway's command-line tool for the bus: what it prints and its exit statuses, for all but
+// subscriptions.
 
 /// What programs that read JSON on the gateways accept; it also bounds the formatter's recursion.
-constexpr int kDeepest = 32;
+static constexpr int kDeepest = 32;
 
-struct Options {
-    const char* socket = nullptr;
-    int seconds = 30;
-    bool simple = false;
-    bool verbose = false;
-};
-
-struct Free {
-    void operator()(char* text) const { free(text); }
-};
-using Text = std::unique_ptr<char, Free>;
-
-/// Whether other programs' data are well-formed all through and may be given to the formatter.
 bool well_formed(void* attributes, size_t length, int depth) {
     blob_attr* attribute;
     __blob_for_each_attr(attribute, attributes, length) {
@@ -52,6 +33,15 @@ bool well_formed(void* attributes, size_t length, int depth) {
     return length == 0;
 }
 
+Text one_line(blob_attr* attributes) {
+    if (!well_formed(blob_data(attributes), blob_len(attributes))) return nullptr;
+    return Text(blobmsg_format_json(attributes, true));
+}
+
+namespace {
+
+constexpr int kPollMicroseconds = 50000;
+
 const char* argument_type(void*, blob_attr* attribute) {
     if (blobmsg_type(attribute) != BLOBMSG_TYPE_INT32) return nullptr;
     switch (blobmsg_get_u32(attribute)) {
@@ -61,21 +51,18 @@ const char* argument_type(void*, blob_attr* attribute) {
             return "\"Table\"";
         case BLOBMSG_TYPE_STRING:
             return "\"String\"";
-        case BLOBMSG_TYPE_INT64:
         case BLOBMSG_TYPE_INT32:
-        case BLOBMSG_TYPE_INT16:
             return "\"Integer\"";
         case BLOBMSG_TYPE_BOOL:
             return "\"Boolean\"";
-        case BLOBMSG_TYPE_DOUBLE:
-            return "\"Double\"";
         default:
             return "\"(unknown)\"";
     }
 }
 
 void print_object(ubus_context*, ubus_object_data* object, void* priv) {
-    if (!static_cast<const Options*>(priv)->verbose) {
+    const auto& options = *static_cast<const Options*>(priv);
+    if (options.simple || !options.verbose) {
         std::printf("%s\n", object->path);
         return;
     }
@@ -83,7 +70,7 @@ void print_object(ubus_context*, ubus_object_data* object, void* priv) {
     if (!object->signature) return;
     blob_attr* method;
     size_t length;
-    if (!well_formed(blob_data(object->signature), blob_len(object->signature), 0)) return;
+    if (!well_formed(blob_data(object->signature), blob_len(object->signature))) return;
     blob_for_each_attr(method, object->signature, length) {
         Text text(blobmsg_format_json_with_cb(method, false, argument_type, nullptr, -1));
         if (text) std::printf("\t%s\n", text.get());
@@ -102,7 +89,7 @@ struct Call {
 
 void print_reply(ubus_request* request, int, blob_attr* reply) {
     auto& call = *static_cast<Call*>(request->priv);
-    if (!well_formed(blob_data(reply), blob_len(reply), 0)) {
+    if (!well_formed(blob_data(reply), blob_len(reply))) {
         call.readable = false;
         return;
     }
@@ -110,22 +97,35 @@ void print_reply(ubus_request* request, int, blob_attr* reply) {
     if (text) std::printf("%s\n", text.get());
 }
 
-int invoke(ubus_context* context, const Options& options, char** arguments, blob_attr* message) {
-    uint32_t id;
-    int status = ubus_lookup_id(context, arguments[0], &id);
-    if (status != UBUS_STATUS_OK) return status;
+/// What a failed call says, and its exit status: a terminal shows a short line, a log the whole
+/// command, with the negated status.
+int report_call(const Options& options, char** arguments, int count, int status) {
+    if (status == UBUS_STATUS_OK || options.simple || isatty(STDERR_FILENO)) return status;
+    std::fprintf(stderr, "Command failed: ubus call ");
+    for (int i = 0; i < count; ++i)
+        std::fprintf(stderr, "%s ", arguments[i]);
+    std::fprintf(stderr, "(%s)\n", ubus_strerror(status));
+    return -status;
+}
+
+int invoke(ubus_context* context, const Options& options, uint32_t object, const char* method,
+           blob_attr* message) {
     Call call{options.simple};
-    status =
-        ubus_invoke(context, id, arguments[1], message, print_reply, &call, options.seconds * 1000);
+    int status =
+        ubus_invoke(context, object, method, message, print_reply, &call, options.seconds * 1000);
     return status == UBUS_STATUS_OK && !call.readable ? UBUS_STATUS_PARSE_ERROR : status;
 }
 
 int call(ubus_context* context, const Options& options, char** arguments, int count) {
+    uint32_t id;
     blob_buf message{};
     blob_buf_init(&message, 0);
-    int status = UBUS_STATUS_PARSE_ERROR;
-    if (count == 2 || blobmsg_add_json_from_string(&message, arguments[2]))
-        status = invoke(context, options, arguments, message.head);
+    int status;
+    if (count == 3 && !blobmsg_add_json_from_string(&message, arguments[2]))
+        status = report_call(options, arguments, count, UBUS_STATUS_PARSE_ERROR);
+    else if ((status = ubus_lookup_id(context, arguments[0], &id)) == UBUS_STATUS_OK)
+        status = report_call(options, arguments, count,
+                             invoke(context, options, id, arguments[1], message.head));
     blob_buf_free(&message);
     return status;
 }
@@ -141,7 +141,7 @@ int wait_for(ubus_context* context, const Options& options, char** arguments, in
             continue;
         }
         if (status != UBUS_STATUS_NOT_FOUND) return status;
-        if (options.seconds != 0 && Clock::now() >= end) return UBUS_STATUS_TIMEOUT;
+        if (Clock::now() >= end) return UBUS_STATUS_TIMEOUT;
         usleep(kPollMicroseconds);
     }
     return UBUS_STATUS_OK;
@@ -154,73 +154,79 @@ struct Command {
     int (*run)(ubus_context* context, const Options& options, char** arguments, int count);
 };
 constexpr Command kCommands[] = {
-    {"list", 0, 1, list}, {"call", 2, 3, call}, {"wait_for", 1, INT_MAX, wait_for}};
+    {"list", 0, 1, list},           {"call", 2, 3, call}, {"wait_for", 1, INT_MAX, wait_for},
+    {"listen", 0, INT_MAX, listen}, {"send", 1, 2, send}, {"monitor", 0, INT_MAX, monitor}};
 
-int usage(const char* program) {
+void print_usage(const char* program) {
     std::fprintf(stderr,
                  "Usage: %s [OPTIONS] COMMAND\n"
                  "  list [PATH]                  objects on the bus\n"
                  "  call PATH METHOD [JSON]      call a method, print its replies\n"
+                 "  listen [PATTERN...]          print events\n"
+                 "  send TYPE [JSON]             send an event\n"
                  "  wait_for PATH...             wait until the objects are on the bus\n"
+                 "  monitor                      print all that goes over the bus\n"
                  "Options:\n"
                  "  -s SOCKET   the broker's socket (%s)\n"
-                 "  -t SECONDS  how long to wait, 0: for ever (30)\n"
+                 "  -t SECONDS  how long to wait (30; listen: for ever)\n"
                  "  -S          replies on one line, no word about failures\n"
-                 "  -v          list: with id and methods\n",
+                 "  -v          list: with id and methods\n"
+                 "  -m TYPE     monitor: messages of this type; may be given more than once\n"
+                 "  -M r|t      monitor: only what the broker received, or sent\n",
                  program, UBUS_UNIX_SOCKET);
-    return 1;
 }
 
-bool read_seconds(std::string_view text, int& seconds) {
-    auto [end, error] = std::from_chars(text.begin(), text.end(), seconds);
-    return error == std::errc() && end == text.end() && seconds >= 0 && seconds <= INT_MAX / 1000;
-}
-
-bool read_options(Options& options, int argc, char** argv) {
-    int option;
-    while ((option = getopt(argc, argv, "s:t:Sv")) != -1) {
-        switch (option) {
-            case 's':
-                options.socket = optarg;
-                break;
-            case 't':
-                if (!read_seconds(optarg, options.seconds)) return false;
-                break;
-            case 'S':
-                options.simple = true;
-                break;
-            case 'v':
-                options.verbose = true;
-                break;
-            default:
-                return false;
-        }
+bool read_option(Options& options, int option) {
+    switch (option) {
+        case 's':
+            options.socket = optarg;
+            return true;
+        case 't':
+            options.seconds = options.listen_seconds = std::atoi(optarg);
+            return true;
+        case 'S':
+            return options.simple = true;
+        case 'v':
+            return options.verbose = true;
+        case 'm':
+            options.message_types |= message_type_bit(optarg);
+            return message_type_bit(optarg) != 0;
+        case 'M':
+            options.direction = optarg[0];
+            return options.direction == 'r' || options.direction == 't';
+        default:
+            return false;
     }
-    return optind < argc;
 }
 
-int report(const Options& options, int status) {
-    if (status == UBUS_STATUS_OK) return EXIT_SUCCESS;
-    if (!options.simple) std::fprintf(stderr, "Command failed: %s\n", ubus_strerror(status));
-    return status > 0 && status < kNoBroker ? status : static_cast<int>(UBUS_STATUS_UNKNOWN_ERROR);
+int run(ubus_context* context, const Options& options, char** words, int count) {
+    auto command = std::ranges::find_if(
+        kCommands, [&](const Command& one) { return std::strcmp(one.name, words[0]) == 0; });
+    if (command == std::end(kCommands)) return kUsage;
+    if (count - 1 < command->least || count - 1 > command->most) return kUsage;
+    return command->run(context, options, words + 1, count - 1);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
     Options options;
-    if (!read_options(options, argc, argv)) return usage(argv[0]);
-    std::string_view name = argv[optind++];
-    int count = argc - optind;
-    auto command = std::ranges::find(kCommands, name, &Command::name);
-    if (command == std::end(kCommands) || count < command->least || count > command->most)
-        return usage(argv[0]);
+    bool good = true;
+    for (int option; good && (option = getopt(argc, argv, "m:M:vs:t:S")) != -1;)
+        good = read_option(options, option);
+    if (!good || optind == argc) {
+        print_usage(argv[0]);
+        return 1;
+    }
     ubus_context* context = ubus_connect(options.socket);
     if (!context) {
-        std::fprintf(stderr, "Failed to connect to ubus\n");
-        return kNoBroker;
+        if (!options.simple) std::fprintf(stderr, "Failed to connect to ubus\n");
+        return kFailed;
     }
-    int status = command->run(context, options, argv + optind, count);
+    int status = run(context, options, argv + optind, argc - optind);
+    if (status > 0 && !options.simple)
+        std::fprintf(stderr, "Command failed: %s\n", ubus_strerror(status));
+    if (status == kUsage) print_usage(argv[0]);
     ubus_free(context);
-    return report(options, status);
+    return status;
 }

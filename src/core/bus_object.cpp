@@ -40,7 +40,7 @@ int send_outcome(const Method& method, const Outcome& outcome, ReplyBuffer& repl
     if (!outcome.ok())
         ubus_reply_result(context, request, outcome.reason, outcome.code);
     else if (!reply.empty())
-        reply.send(context, request);
+        return reply.send(context, request);
     else if (!method.silent)
         ubus_reply_ok(context, request);
     return UBUS_STATUS_OK;

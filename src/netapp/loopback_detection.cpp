@@ -1,6 +1,6 @@
-#include <algorithm>
 #include <string_view>
 
+#include "base/tokens.h"
 #include "core/bounded.h"
 #include "core/log.h"
 #include "core/result.h"
@@ -30,11 +30,8 @@ uint32_t vlan_of(std::string_view piece) {
 
 /// Fills the tags from the NUL-terminated list `text`.
 void igdCmSysmngResolveLbdtVlanList(const char* text, st_loopback_detection_attr& attr) {
-    std::string_view rest = text;
-    while (!rest.empty()) {
-        const auto piece = rest.substr(0, rest.find(','));
-        rest.remove_prefix(std::min(piece.size() + 1, rest.size()));
-        if (piece.empty()) continue;
+    base::Tokens pieces(text, ",");
+    for (std::string_view piece; pieces.next(piece);) {
         if (attr.tagnum == std::size(attr.tag)) {
             LOOPBACK_LOG("VlanList is full, [%s] is left out.\t\n\r\n", piece.data());
             return;

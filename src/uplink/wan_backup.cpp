@@ -1,14 +1,11 @@
 #include "uplink/wan_backup.h"
 
-#include <signal.h>
-#include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstring>
 #include <string_view>
 
+#include "base/child.h"
 #include "uplink/uplink_testing.h"
 #include "uplink/uplink_uci.h"
 #include "vsuci.h"
@@ -16,8 +13,6 @@
 using namespace appcfg;
 
 namespace {
-
-constexpr int kCannotExecute = 127;
 
 bool is_flag(std::string_view text) {
     return text == "0" || text == "1";
@@ -51,54 +46,12 @@ bool reads(const char* package, const char* section, const char* option, const c
     return vsuci_get(package, section, option, value, sizeof(value)) == 0 && same(value, wanted);
 }
 
-/// Becomes the program, with no descriptor of ours but the standard ones and signals as a program
-/// expects them. The process is a copy of one with several threads: only calls that are allowed in
-/// a signal handler are safe here.
-[[noreturn]] void become(const char* program, const char* const argv[], int descriptors) {
-    struct sigaction standard {};
-    standard.sa_handler = SIG_DFL;
-    for (int signal = 1; signal < NSIG; ++signal)
-        sigaction(signal, &standard, nullptr);
-    if (syscall(SYS_close_range, STDERR_FILENO + 1, ~0U, 0) != 0)
-        for (int fd = STDERR_FILENO + 1; fd < descriptors; ++fd)
-            close(fd);
-    sigset_t none;
-    sigemptyset(&none);
-    sigprocmask(SIG_SETMASK, &none, nullptr);
-    execv(program, const_cast<char* const*>(argv));
-    _exit(kCannotExecute);
-}
-
-/// Until the child has become the program, no signal must run a handler of ours in it.
-pid_t start(const char* program, const char* const argv[]) {
-    const auto descriptors = static_cast<int>(sysconf(_SC_OPEN_MAX));
-    sigset_t all;
-    sigset_t before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before);
-    const pid_t child = fork();
-    if (child == 0) become(program, argv, descriptors);
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    return child;
-}
-
-/// Nobody else collects the child: the event loop does so only between two requests.
-bool succeeds(pid_t child) {
-    int status;
-    pid_t ended;
-    do
-        ended = waitpid(child, &status, 0);
-    while (ended < 0 && errno == EINTR);
-    return ended == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
-}
-
 bool stage(const WanBackup& b) {
     const char* program = uplink_surroundings.wan_backup_manager;
     if (access(program, X_OK) != 0) return false;
     const char* const argv[] = {"wan_backup_manager", "stage",       b.enable,      b.fixed_port,
                                 b.primary_port,       b.backup_port, b.active_port, nullptr};
-    const pid_t child = start(program, argv);
-    return child > 0 && succeeds(child);
+    return base::run(argv, program) == 0;
 }
 
 }  // namespace

@@ -61,15 +61,15 @@ struct DaemonTest : testing::Test {
 
     /// Runs the daemon on three objects, the last one optional, and ends its loop at once.
     int run() {
-        const StartupStep steps[] = {step<1, -1>, step<2, 0>, step<3, 1>};
+        const appcfg::StartupStep steps[] = {step<1, -1>, step<2, 0>, step<3, 1>};
         ubus_object first = named_object("first"), second = named_object("second"),
                     last = named_object("last");
-        const PublishedObject objects[] = {{&first}, {&second}, {&last, true}};
+        const appcfg::PublishedObject objects[] = {{&first}, {&second}, {&last, true}};
         uloop_timeout end{};
         end.cb = [](uloop_timeout*) { uloop_end(); };
         uloop_init();
         uloop_timeout_set(&end, 0);
-        const int status = run_daemon(steps, objects);
+        const int status = appcfg::run_daemon(steps, objects);
         uloop_timeout_cancel(&end);
         uloop_done();
         return status;

@@ -22,6 +22,14 @@ std::map<std::string, Refusal> refusals;
 std::map<std::string, std::vector<uint8_t>> answers;
 bool log_open = false;
 
+std::vector<uint8_t> appended;
+
+/// Filled by static initialisers, perhaps before those of this file have run.
+std::vector<const zu_owal_ipc_entry*>& registered() {
+    static std::vector<const zu_owal_ipc_entry*> list;
+    return list;
+}
+
 int32_t record_call(const char* name, bool queued, const void* record, uint32_t size) {
     const auto* bytes = static_cast<const uint8_t*>(record);
     calls.push_back({name, queued, {bytes, bytes + size}});
@@ -78,6 +86,20 @@ void answer(const std::string& name, std::vector<uint8_t> record) {
     answers[name] = std::move(record);
 }
 
+const std::vector<const zu_owal_ipc_entry*>& entries() {
+    return registered();
+}
+
+int32_t enter(const std::string& name, void* record, uint32_t size, std::vector<uint8_t>* rows) {
+    const auto found = std::ranges::find(
+        registered(), name, [](const zu_owal_ipc_entry* entry) { return entry->name; });
+    if (found == registered().end()) return -1;
+    appended.clear();
+    const int32_t result = (*found)->handler(record, size);
+    if (rows) *rows = appended;
+    return result;
+}
+
 void open_log(bool open) {
     log_open = open;
 }
@@ -95,6 +117,17 @@ int32_t zu_ipc_call(const char* name, void* record, uint32_t size) {
 
 int32_t zu_ipc_asyn_call(const char* name, const void* record, uint32_t size) {
     return record_call(name, true, record, size);
+}
+
+int32_t zu_owal_ipc_register(const zu_owal_ipc_entry* entry) {
+    registered().push_back(entry);
+    return 0;
+}
+
+int32_t zu_owal_ipc_append(const void* rows, uint32_t size) {
+    const auto* bytes = static_cast<const uint8_t*>(rows);
+    appended.insert(appended.end(), bytes, bytes + size);
+    return 0;
 }
 
 int32_t zu_owal_ipc_serve() {

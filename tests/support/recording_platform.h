@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "zu_ipc.h"
+
 // The platform as the module tests see it: it records every call and refuses those it is told to.
 // Configuration storage is the real one.
 
@@ -36,6 +38,14 @@ void refuse(const std::string& name, int32_t result = -1, int after = 0);
 
 /// Bytes that calls of `name` find in their record when they return.
 void answer(const std::string& name, std::vector<uint8_t> record);
+
+/// The entries that the daemon offers, in the order in which they were registered.
+const std::vector<const zu_owal_ipc_entry*>& entries();
+
+/// Calls an entry as another process would, -1 if there is none of that name; `rows` gets what the
+/// entry appended.
+int32_t enter(const std::string& name, void* record, uint32_t size,
+              std::vector<uint8_t>* rows = nullptr);
 
 /// Opens or closes the log gate for every module.
 void open_log(bool open);

@@ -31,6 +31,11 @@ struct zu_owal_ipc_entry {
 /// long as the process. -1 when there is no room left (64 entries) or the name is taken.
 int32_t zu_owal_ipc_register(const struct zu_owal_ipc_entry* entry);
 
+/// To be called by a handler: hands the caller rows behind its record, after those of earlier calls
+/// of the same run. -1, and nothing is appended, when record and rows together would be longer than
+/// 32 KiB. Does nothing, and returns 0, where the platform has no way for them.
+int32_t zu_owal_ipc_append(const void* rows, uint32_t size);
+
 /// Starts answering the registered entries on the event loop; to be called once, after
 /// `uloop_init`. -1 if they cannot be offered. Does nothing where there are no entries or the
 /// platform answers them by itself.

@@ -8,10 +8,13 @@
 
 // What platformctl and platformd say to each other, by the same calls that services are reached by.
 
+namespace platform {
+
 inline constexpr char kStateCall[] = "platformd_state";
 inline constexpr char kTraceCall[] = "platformd_trace";
 inline constexpr char kTraceClearCall[] = "platformd_trace_clear";
 inline constexpr char kFaultCall[] = "platformd_fault";
+inline constexpr char kDescribeCall[] = "platformd_describe";
 
 /// Result of a control call that names something platformd does not have.
 inline constexpr int32_t kControlUnknown = -2;
@@ -23,7 +26,9 @@ struct ControlText {
     uint64_t mark;      ///< state: changes when the text does, so that pieces are not mixed up
     uint32_t length;    ///< of `text`
     uint32_t more;      ///< 1: there is more to read at `position`
-    char text[kIpcMaxRecord - 24];  ///< state asks with a service's name, "" for all of them
+    /// State asks with a service's name, "" for all of them; describe asks with the name of a call,
+    /// a NUL and the bytes of its record, `length` in all, and gets the record field by field.
+    char text[kIpcMaxRecord - 24];
 };
 static_assert(sizeof(ControlText) == kIpcMaxRecord);
 static_assert(std::has_unique_object_representations_v<ControlText>);
@@ -47,3 +52,5 @@ static_assert(sizeof(ControlFault) == 80);
 static_assert(std::has_unique_object_representations_v<ControlFault>);
 
 inline constexpr uint32_t kMaxHangSeconds = 3600;
+
+}  // namespace platform

@@ -1,8 +1,9 @@
 #include <cstring>
 #include <iterator>
 
+#include "base/child.h"
+#include "base/tokens.h"
 #include "platform/include/zu_ebtables.h"
-#include "platform/linux/process.h"
 
 namespace {
 
@@ -18,11 +19,7 @@ class CommandLine {
             words_[count_++] = word;
     }
 
-    int32_t run() const {
-        if (spoilt_) return -1;
-        const auto pid = process_start(words_);
-        return pid >= 0 && process_wait(pid) == 0 ? 0 : -1;
-    }
+    int32_t run() const { return !spoilt_ && base::run(words_) == 0 ? 0 : -1; }
 
   private:
     const char* words_[64] = {};
@@ -52,9 +49,11 @@ extern "C" int32_t zu_ebtables_rule_op(const char* table, const char* op, const 
     if (!rule || strnlen(rule, sizeof(words)) == sizeof(words)) return -1;
     strcpy(words, rule);
     auto line = ebtables(table, op, chain);
-    char* rest;
-    for (char* word = strtok_r(words, " \t", &rest); word; word = strtok_r(nullptr, " \t", &rest))
-        line.add(word);
+    base::Tokens tokens(words, " \t");
+    for (std::string_view word; tokens.next(word);) {
+        words[word.data() + word.size() - words] = '\0';
+        line.add(word.data());
+    }
     return line.run();
 }
 

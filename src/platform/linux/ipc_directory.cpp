@@ -11,6 +11,8 @@
 #include "platform/linux/ipc_wire.h"
 #include "platform/linux/run_directory.h"
 
+namespace platform {
+
 namespace {
 
 constexpr char kTemporaryEnding[] = "~new";
@@ -58,3 +60,5 @@ bool ipc_link(const char* name, const char* socket) {
     unlink(temporary.text);
     return symlink(socket, temporary.text) == 0 && rename(temporary.text, ipc_path(name).text) == 0;
 }
+
+}  // namespace platform

@@ -5,6 +5,8 @@
 // The directory in which services are found: RUN/zu_ipc holds one symbolic link per call name,
 // which leads to the socket of the service that answers it.
 
+namespace platform {
+
 struct IpcPath {
     char text[160];
 };
@@ -26,3 +28,5 @@ bool ipc_make_directory();
 
 /// Makes or replaces the link of a call name in one step, so that the name is never missing.
 bool ipc_link(const char* name, const char* socket);
+
+}  // namespace platform

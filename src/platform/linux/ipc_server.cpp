@@ -19,6 +19,8 @@ extern "C" {
 #include "platform/linux/ipc_directory.h"
 #include "platform/linux/ipc_wire.h"
 
+namespace platform {
+
 namespace {
 
 constexpr int kBacklog = 16;
@@ -62,12 +64,14 @@ bool send_reply(Client& client, std::span<const uint8_t> reply) {
     return sent == static_cast<ssize_t>(reply.size());
 }
 
-std::span<const uint8_t> compose_reply(int32_t result, std::span<const uint8_t> record) {
+std::span<const uint8_t> compose_reply(const IpcAnswer& answer, std::span<const uint8_t> record) {
     static std::array<uint8_t, kIpcMaxReply> buffer;
-    const auto header = ipc_reply_header(result, static_cast<uint32_t>(record.size()));
+    const auto size = record.size() + answer.rows.size();
+    const auto header = ipc_reply_header(answer.result, static_cast<uint32_t>(size));
     memcpy(buffer.data(), &header, sizeof(header));
-    std::ranges::copy(record, buffer.begin() + sizeof(header));
-    return {buffer.data(), sizeof(header) + record.size()};
+    const auto behind = std::ranges::copy(record, buffer.begin() + sizeof(header)).out;
+    std::ranges::copy(answer.rows, behind);
+    return {buffer.data(), sizeof(header) + size};
 }
 
 void answer_late(uloop_timeout* timer) {
@@ -91,7 +95,7 @@ void serve(Client& client, const IpcRequest& request) {
     const std::span<uint8_t> record(g_record.data(), request.record.size());
     const auto answer = g_server.service({request.name, request.asynchronous, record});
     std::span<const uint8_t> reply;
-    if (!request.asynchronous) reply = compose_reply(answer.result, record);
+    if (!request.asynchronous) reply = compose_reply(answer, record);
     if (answer.delay_ms != 0) return put_off(client, reply, answer.delay_ms);
     if (!reply.empty() && !send_reply(client, reply)) hang_up(client);
 }
@@ -188,3 +192,5 @@ void ipc_server_stop() {
     uloop_fd_delete(&g_server.listener);
     close(g_server.listener.fd);
 }
+
+}  // namespace platform

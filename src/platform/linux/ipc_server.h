@@ -7,6 +7,8 @@
 // The serving side of the calls between processes, on the event loop. It takes hostile callers in
 // its stride: whoever sends what is no request, or does not take its replies, is hung up on.
 
+namespace platform {
+
 struct IpcCall {
     std::string_view name;
     bool asynchronous;
@@ -18,6 +20,8 @@ struct IpcAnswer {
     int32_t result;
     /// The caller gets its answer, and its next request is read, only after this time.
     uint32_t delay_ms = 0;
+    /// Goes back behind the record; both together are at most kIpcMaxRecord long.
+    std::span<const uint8_t> rows = {};
 };
 
 /// Answers one call; whatever the name and the record's size, since they come from outside.
@@ -31,3 +35,5 @@ bool ipc_server_start(const char* socket, std::span<const char* const> names, Ip
 
 /// Takes the names away and hangs up on all callers.
 void ipc_server_stop();
+
+}  // namespace platform

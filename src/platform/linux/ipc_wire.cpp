@@ -1,14 +1,12 @@
 #include "platform/linux/ipc_wire.h"
 
-#include <algorithm>
 #include <cstring>
 
-namespace {
+#include "base/names.h"
 
-bool in_name(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
-           c == '-' || c == '.';
-}
+namespace platform {
+
+namespace {
 
 template <class Header>
 bool take_header(std::span<const uint8_t>& message, Header& header) {
@@ -21,8 +19,7 @@ bool take_header(std::span<const uint8_t>& message, Header& header) {
 }  // namespace
 
 bool ipc_name_ok(std::string_view name) {
-    return !name.empty() && name.size() <= kIpcMaxName && name.front() != '.' &&
-           std::ranges::all_of(name, in_name);
+    return base::is_name(name, kIpcMaxName) && name.front() != '.';
 }
 
 IpcRequestHeader ipc_request_header(std::string_view name, bool asynchronous,
@@ -62,3 +59,5 @@ bool ipc_parse_reply(std::span<const uint8_t> message, IpcReply& reply) {
     reply.record = message;
     return message.size() == header.record_size;
 }
+
+}  // namespace platform

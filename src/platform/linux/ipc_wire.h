@@ -10,6 +10,8 @@
 // order. A request is its header, the name without NUL and the record; a reply is its header and
 // the record as the service left it. An asynchronous request gets no reply.
 
+namespace platform {
+
 inline constexpr char kIpcMagic[4] = {'Z', 'I', 'P', 'C'};
 inline constexpr uint8_t kIpcVersion = 1;
 inline constexpr uint8_t kIpcAsynchronous = 1;
@@ -66,3 +68,5 @@ IpcReplyHeader ipc_reply_header(int32_t result, uint32_t record_size);
 /// exactly one well-formed message.
 bool ipc_parse_request(std::span<const uint8_t> message, IpcRequest& request);
 bool ipc_parse_reply(std::span<const uint8_t> message, IpcReply& reply);
+
+}  // namespace platform

@@ -12,6 +12,8 @@
 #include "platform/include/zu_log.h"
 #include "platform/linux/run_directory.h"
 
+namespace platform {
+
 namespace {
 
 constexpr size_t kFileSize = kLogLevels * sizeof(LogLevel);
@@ -84,12 +86,12 @@ bool store_level(LogLevel* levels, uint32_t module, uint32_t level) {
 
 }  // namespace
 
-extern "C" int32_t zu_log_print_on(uint32_t module, uint32_t level) {
+uint32_t log_level(uint32_t module) {
     auto* levels = g_levels.load(std::memory_order_acquire);
     if (!levels) levels = open_gate();
     const auto* pair = find_pair(levels, module);
     const bool listed = pair && load(pair->module) != 0;
-    return (listed ? load(pair->level) : kDefaultLogLevel) >= level;
+    return listed ? load(pair->level) : kDefaultLogLevel;
 }
 
 bool set_log_level(uint32_t module, uint32_t level) {
@@ -106,4 +108,10 @@ bool set_log_level(uint32_t module, uint32_t level) {
 
 void reopen_log_gate() {
     unmap_levels(g_levels.exchange(nullptr));
+}
+
+}  // namespace platform
+
+extern "C" int32_t zu_log_print_on(uint32_t module, uint32_t level) {
+    return platform::log_level(module) >= level;
 }

@@ -1,8 +1,8 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "base/child.h"
 #include "platform/include/zu_os.h"
-#include "platform/linux/process.h"
 
 namespace {
 
@@ -13,8 +13,7 @@ constexpr size_t kMaxLine = 1024;
 extern "C" int32_t zu_os_execcmd(const char* line) {
     if (!line) return -1;
     const char* const argv[] = {"/bin/sh", "-c", line, nullptr};
-    const auto pid = process_start(argv);
-    return pid < 0 ? -1 : process_wait(pid);
+    return base::run(argv);
 }
 
 extern "C" int32_t zu_os_vcmd(const char* format, ...) {

@@ -6,6 +6,7 @@
 #include <cstring>
 
 namespace platform {
+
 namespace {
 
 using Bytes = std::span<const uint8_t>;

@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+namespace platform {
+
 namespace {
 
 // Leaves room in a socket address for the longest name that stands below.
@@ -19,3 +21,5 @@ bool set_run_directory(const char* path) {
     memcpy(g_directory, path, length + 1);
     return true;
 }
+
+}  // namespace platform

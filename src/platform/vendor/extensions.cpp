@@ -11,6 +11,9 @@ void vsuci_hold(const char*) {}
 int32_t vsuci_release(const char*) {
     return 0;
 }
+int32_t zu_owal_ipc_append(const void*, uint32_t) {
+    return 0;
+}
 int32_t zu_owal_ipc_serve() {
     return 0;
 }

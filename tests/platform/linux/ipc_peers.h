@@ -14,6 +14,8 @@
 #include "platform/linux/ipc_directory.h"
 #include "platform/linux/ipc_wire.h"
 
+using namespace platform;
+
 // Peers of the calls between processes that say what they like.
 
 using Message = std::string;

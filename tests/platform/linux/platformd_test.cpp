@@ -8,8 +8,6 @@
 #include "platform/include/zu_services.h"
 #include "platformd_fixture.h"
 
-using namespace platform;
-
 namespace {
 
 st_filter_list rule(uint32_t direction, const char* wan_address) {
@@ -160,12 +158,14 @@ TEST_F(PlatformdTest, HostileCallersHarmNobody) {
         request_message("platformd_state", true, Message(32768, 'x')),
         request_message("platformd_trace", true, Message(32768, '\xff')),
         request_message("platformd_fault", true, Message(80, '\1')),
+        request_message("platformd_describe", true, Message(32768, '\1')),
     };
     for (int i = 0; i < 4000; ++i) {
         const RawSocket caller(RawSocket::connected(".platformd"));
         ASSERT_GE(caller.fd(), 0);
         caller.send_message(fuzzer.next(models[i % std::size(models)]));
     }
+    platformd_.send_signal(SIGHUP);
     EXPECT_EQ(0, zu_qos_init());
     EXPECT_TRUE(platformd_.alive());
     EXPECT_EQ(0, platformd_.end(SIGTERM));

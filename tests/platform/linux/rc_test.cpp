@@ -30,7 +30,7 @@ class RcTest : public PlatformdTest {
     std::string socket() const { return (directory() / "no-bus").string(); }
 
     Outcome ubus(const std::string& command) const {
-        return execute({"/bin/sh", "-c", UBUS_TOOL_PATH " -s " + socket() + ' ' + command});
+        return execute({"/bin/sh", "-c", UBUS_TOOL_PATH " -S -s " + socket() + ' ' + command});
     }
 
     int init(const std::string& name, const std::string& action) const {

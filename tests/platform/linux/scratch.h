@@ -18,6 +18,8 @@
 
 #include "platform/linux/run_directory.h"
 
+using namespace platform;
+
 // A directory of its own for every test, with the platform's run directory in it, and the processes
 // that a test puts around it.
 

@@ -76,7 +76,8 @@ TEST_F(CommandTest, RunsLinesWithTheShell) {
 
 TEST_F(CommandTest, ChildrenInheritNeitherDescriptorsNorSignalSettings) {
     const auto leak = fopen((directory() / "leak").c_str(), "w");
-    signal(SIGPIPE, SIG_IGN);
+    for (const int ignored : {SIGPIPE, SIGHUP})
+        signal(ignored, SIG_IGN);
     sigset_t term;
     sigemptyset(&term);
     sigaddset(&term, SIGTERM);
@@ -84,7 +85,8 @@ TEST_F(CommandTest, ChildrenInheritNeitherDescriptorsNorSignalSettings) {
     EXPECT_EQ(0, zu_os_vcmd("ls -l /proc/self/fd >%s; grep Sig[BI] /proc/self/status >>%s",
                             out().c_str(), out().c_str()));
     sigprocmask(SIG_UNBLOCK, &term, nullptr);
-    signal(SIGPIPE, SIG_DFL);
+    for (const int ignored : {SIGPIPE, SIGHUP})
+        signal(ignored, SIG_DFL);
     fclose(leak);
     const auto seen = read_file(out());
     EXPECT_EQ(seen.npos, seen.find("leak")) << seen;

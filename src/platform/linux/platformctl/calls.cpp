@@ -1,5 +1,6 @@
 #include <dirent.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <map>
@@ -8,12 +9,18 @@
 #include <vector>
 
 #include "platform/include/zu_ipc.h"
+#include "platform/linux/control.h"
+#include "platform/linux/ipc_client.h"
 #include "platform/linux/ipc_directory.h"
 #include "platform/linux/ipc_wire.h"
 #include "platform/linux/platformctl/commands.h"
 #include "platform/linux/record_text.h"
 
+namespace platform::platformctl {
+
 namespace {
+
+using Bytes = std::span<const uint8_t>;
 
 bool parse_hex(std::string_view digits, std::vector<uint8_t>& bytes) {
     if (digits.size() % 2 != 0 || digits.size() / 2 > kIpcMaxRecord) return false;
@@ -31,6 +38,29 @@ std::string service_of(const sockaddr_un& address) {
     return name[0] == '.' ? name + 1 : name;
 }
 
+/// The record field by field, if platformd knows what is in it.
+bool describe(const char* name, Bytes record, std::string& text) {
+    static ControlText request;
+    const auto name_size = strlen(name) + 1;
+    if (name_size + record.size() > sizeof(request.text)) return false;
+    memcpy(request.text, name, name_size);
+    std::ranges::copy(record, request.text + name_size);
+    request.length = static_cast<uint32_t>(name_size + record.size());
+    if (zu_ipc_call(kDescribeCall, &request, sizeof(request)) != 0) return false;
+    if (request.length > sizeof(request.text)) return false;
+    text.assign(request.text, request.length);
+    return true;
+}
+
+void print_record(const char* name, Bytes record) {
+    std::string text;
+    if (!describe(name, record, text)) {
+        text = "record ";
+        append_hex(text, record);
+    }
+    printf("%s\n", text.c_str());
+}
+
 }  // namespace
 
 int call_name(Words words) {
@@ -39,12 +69,12 @@ int call_name(Words words) {
     if (words.size() == 2 && !parse_hex(words[1], record)) return kUsageStatus;
     sockaddr_un service;
     if (!ipc_resolve(words[0], service)) return complain("nobody answers to %s", words[0]);
-    const auto result = zu_ipc_call(words[0], record.data(), static_cast<uint32_t>(record.size()));
-    printf("result %d\n", result);
-    std::string hex;
-    platform::append_hex(hex, record);
-    if (!record.empty()) printf("record %s\n", hex.c_str());
-    return result == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+    IpcReply reply;
+    if (!ipc_call(words[0], record, reply)) return complain("%s is not answered", words[0]);
+    printf("result %d\n", reply.result);
+    record.assign(reply.record.begin(), reply.record.end());
+    if (!record.empty()) print_record(words[0], record);
+    return reply.result == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
 int list_names(Words words) {
@@ -61,3 +91,5 @@ int list_names(Words words) {
         printf("%s %s\n", name.c_str(), by.c_str());
     return EXIT_SUCCESS;
 }
+
+}  // namespace platform::platformctl

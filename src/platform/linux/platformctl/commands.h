@@ -10,6 +10,8 @@
 // the platform did as it was told, 1 with a line on standard error when not, kUsageStatus when the
 // words make no sense.
 
+namespace platform::platformctl {
+
 inline constexpr int kUsageStatus = 2;
 
 using Words = std::span<char* const>;
@@ -38,3 +40,5 @@ bool parse_number(const char* word, Number& number) {
     number = static_cast<Number>(value);
     return true;
 }
+
+}  // namespace platform::platformctl

@@ -4,6 +4,8 @@
 #include "platform/linux/control.h"
 #include "platform/linux/platformctl/commands.h"
 
+namespace platform::platformctl {
+
 namespace {
 
 int arm(const char* name, ControlFault fault) {
@@ -41,3 +43,5 @@ int make_hang(Words words) {
         return complain("%u seconds are the most it can hang", kMaxHangSeconds);
     return arm(words[0], fault);
 }
+
+}  // namespace platform::platformctl

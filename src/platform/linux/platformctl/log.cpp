@@ -1,7 +1,10 @@
 #include <cstring>
 
+#include "base/log_modules.h"
 #include "platform/linux/log_gate.h"
 #include "platform/linux/platformctl/commands.h"
+
+namespace platform::platformctl {
 
 namespace {
 
@@ -11,7 +14,11 @@ struct NamedModule {
 };
 
 constexpr NamedModule kModules[] = {
-    {"security", 0x410d000}, {"loopback", 0x4104000}, {"qos", 0x410c000}, {"lanhost", 0x3205000}};
+    {"security", base::kLogSecurity},
+    {"loopback", base::kLogLoopback},
+    {"qos", base::kLogQos},
+    {"lanhost", base::kLogLanHost},
+};
 
 bool parse_module(const char* word, uint32_t& id) {
     for (const auto& module : kModules) {
@@ -32,3 +39,5 @@ int set_level(Words words) {
     if (set_log_level(module, level)) return EXIT_SUCCESS;
     return complain("the file of the log levels cannot be used, or is full");
 }
+
+}  // namespace platform::platformctl

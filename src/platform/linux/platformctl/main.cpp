@@ -8,6 +8,8 @@
 #include "platform/linux/platformctl/commands.h"
 #include "platform/linux/run_directory.h"
 
+namespace platform::platformctl {
+
 namespace {
 
 struct Command {
@@ -56,6 +58,11 @@ int complain(const char* format, ...) {
     va_end(arguments);
     return EXIT_FAILURE;
 }
+
+}  // namespace platform::platformctl
+
+using namespace platform;
+using namespace platform::platformctl;
 
 int main(int argc, char** argv) {
     int option;

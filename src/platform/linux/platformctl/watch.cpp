@@ -9,6 +9,8 @@
 #include "platform/linux/control.h"
 #include "platform/linux/platformctl/commands.h"
 
+namespace platform::platformctl {
+
 namespace {
 
 constexpr timespec kTracePause = {.tv_sec = 0, .tv_nsec = 100'000'000};
@@ -76,3 +78,5 @@ int show_trace(Words words) {
     if (zu_ipc_call(kTraceClearCall, nullptr, 0) == 0) return EXIT_SUCCESS;
     return complain("platformd does not answer");
 }
+
+}  // namespace platform::platformctl

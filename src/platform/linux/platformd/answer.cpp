@@ -10,6 +10,8 @@
 #include "platform/linux/platformd/faults.h"
 #include "platform/linux/platformd/history.h"
 
+namespace platform::platformd {
+
 namespace {
 
 constexpr uint32_t kMillisecondsPerSecond = 1000;
@@ -47,3 +49,5 @@ IpcAnswer answer_call(const IpcCall& call) {
     remember_call(std::move(past));
     return answer;
 }
+
+}  // namespace platform::platformd

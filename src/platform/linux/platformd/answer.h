@@ -6,6 +6,8 @@
 
 // What platformd does with a call that has come in.
 
+namespace platform::platformd {
+
 /// Answers it: control calls by themselves; all others are checked, perhaps spoilt by an armed
 /// fault, handled by their service, and remembered.
 IpcAnswer answer_call(const IpcCall& call);
@@ -14,3 +16,5 @@ IpcAnswer answer_call(const IpcCall& call);
 std::span<const char* const> control_names();
 /// Answers a control call; false when it is none.
 bool answer_control(const IpcCall& call, IpcAnswer& answer);
+
+}  // namespace platform::platformd

@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <vector>
 
+namespace platform::platformd {
+
 namespace {
 
 std::vector<Callee> g_callees;
@@ -65,3 +67,5 @@ bool append_state(std::string& out, std::string_view service) {
     }
     return found;
 }
+
+}  // namespace platform::platformd

@@ -8,13 +8,15 @@
 
 // Everything platformd answers to, gathered from the services once at the start.
 
+namespace platform::platformd {
+
 /// A call name and who answers it; `call` is null for a service's initialisation.
 struct Callee {
     const char* name;
     ServiceRegistration* owner;
     const ServiceCall* call;
 
-    const platform::RecordLayout* layout() const { return call ? call->layout : nullptr; }
+    const RecordLayout* layout() const { return call ? call->layout : nullptr; }
     /// Does what the call does; the record has the size the layout says.
     int32_t handle(void* record) const;
 };
@@ -29,3 +31,5 @@ const Callee* find_callee(std::string_view name);
 /// Appends the state of one service, or of all of them in order of their names when `service` is
 /// empty. False when there is no such service.
 bool append_state(std::string& out, std::string_view service);
+
+}  // namespace platform::platformd

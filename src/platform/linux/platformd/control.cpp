@@ -8,6 +8,9 @@
 #include "platform/linux/platformd/callees.h"
 #include "platform/linux/platformd/faults.h"
 #include "platform/linux/platformd/history.h"
+#include "platform/linux/record_text.h"
+
+namespace platform::platformd {
 
 namespace {
 
@@ -44,6 +47,21 @@ int32_t read_trace(void* record) {
     return 0;
 }
 
+int32_t describe(void* record) {
+    auto& request = *static_cast<ControlText*>(record);
+    const auto name = text_in(request.text);
+    if (request.length > sizeof(request.text) || request.length <= name.size()) return kIpcRefused;
+    const auto* callee = find_callee(name);
+    const size_t size = request.length - name.size() - 1;
+    if (!callee || !callee->layout() || callee->layout()->size != size) return kControlUnknown;
+    const auto* bytes = reinterpret_cast<const uint8_t*>(request.text) + name.size() + 1;
+    std::string text;
+    append_record(text, *callee->layout(), {bytes, size});
+    text.resize(std::min(text.size(), sizeof(request.text)));
+    put_text(request, text);
+    return 0;
+}
+
 int32_t clear_trace(void*) {
     forget_calls();
     return 0;
@@ -67,11 +85,13 @@ struct ControlCall {
     int32_t (*handle)(void* record);
 };
 
-constexpr const char* kNames[] = {kStateCall, kTraceCall, kTraceClearCall, kFaultCall};
+constexpr const char* kNames[] = {kStateCall, kTraceCall, kTraceClearCall, kFaultCall,
+                                  kDescribeCall};
 constexpr ControlCall kCalls[] = {{sizeof(ControlText), read_state},
                                   {sizeof(ControlText), read_trace},
                                   {0, clear_trace},
-                                  {sizeof(ControlFault), set_fault}};
+                                  {sizeof(ControlFault), set_fault},
+                                  {sizeof(ControlText), describe}};
 static_assert(std::size(kNames) == std::size(kCalls));
 
 }  // namespace
@@ -89,3 +109,5 @@ bool answer_control(const IpcCall& call, IpcAnswer& answer) {
     }
     return false;
 }
+
+}  // namespace platform::platformd

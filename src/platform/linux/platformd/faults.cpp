@@ -4,6 +4,8 @@
 #include <map>
 #include <string>
 
+namespace platform::platformd {
+
 namespace {
 
 std::map<std::string, Fault, std::less<>> g_faults;
@@ -28,3 +30,5 @@ bool take_fault(std::string_view name, Fault& fault) {
         g_faults.erase(found);
     return fault.count != 0;
 }
+
+}  // namespace platform::platformd

@@ -6,6 +6,8 @@
 
 // Faults that are armed on purpose, to see what callers make of them.
 
+namespace platform::platformd {
+
 struct Fault {
     FaultKind kind;
     uint32_t count;  ///< calls it is still good for
@@ -19,3 +21,5 @@ void disarm_all_faults();
 
 /// True when a fault is armed for this call of `name`, which uses up one of its counts.
 bool take_fault(std::string_view name, Fault& fault);
+
+}  // namespace platform::platformd

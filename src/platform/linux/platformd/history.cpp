@@ -4,6 +4,8 @@
 
 #include "platform/linux/record_text.h"
 
+namespace platform::platformd {
+
 namespace {
 
 constexpr size_t kMaxCalls = 4096;
@@ -29,7 +31,7 @@ std::string line_of(const PastCall& call) {
         append_record(line, *call.layout, call.record);
     } else if (!call.record.empty()) {
         line += " record=";
-        platform::append_hex(line, call.record);
+        append_hex(line, call.record);
     }
     line += " -> " + std::to_string(call.result);
     if (call.layout && !call.returned.empty())
@@ -65,3 +67,5 @@ uint64_t append_history(std::string& out, uint64_t from, size_t limit) {
 uint64_t next_call_number() {
     return g_first_number + g_calls.size();
 }
+
+}  // namespace platform::platformd

@@ -11,10 +11,12 @@
 
 // The calls platformd remembers, the oldest of which are forgotten when there are too many.
 
+namespace platform::platformd {
+
 struct PastCall {
     const char* kind;  ///< "sync", "async", "rc"
     std::string name;
-    const platform::RecordLayout* layout;  ///< null: the record, if any, is shown in hexadecimal
+    const RecordLayout* layout;  ///< null: the record, if any, is shown in hexadecimal
     std::vector<uint8_t> record;
     std::vector<uint8_t> returned;  ///< empty when the service left the record as it was
     int32_t result;
@@ -31,3 +33,5 @@ uint64_t append_history(std::string& out, uint64_t from, size_t limit);
 
 /// Number that the next call will have.
 uint64_t next_call_number();
+
+}  // namespace platform::platformd

@@ -2,17 +2,21 @@ extern "C" {
 #include <libubox/uloop.h>
 }
 
+#include <signal.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <vector>
 
+#include "base/standard_descriptors.h"
 #include "platform/linux/ipc_server.h"
 #include "platform/linux/platformd/answer.h"
 #include "platform/linux/platformd/callees.h"
 #include "platform/linux/platformd/rc.h"
 #include "platform/linux/run_directory.h"
+
+namespace platform::platformd {
 
 namespace {
 
@@ -52,7 +56,14 @@ std::vector<const char*> all_names() {
 
 }  // namespace
 
+}  // namespace platform::platformd
+
+using namespace platform;
+using namespace platform::platformd;
+
 int main(int argc, char** argv) {
+    base::occupy_standard_descriptors();
+    signal(SIGHUP, SIG_IGN);  // a service outlives the terminal it was started from
     Options options;
     if (!parse(argc, argv, options)) {
         print_usage();

@@ -15,9 +15,12 @@ extern "C" {
 #include <map>
 #include <string>
 
+#include "base/child.h"
+#include "base/names.h"
 #include "platform/linux/platformd/history.h"
 #include "platform/linux/platformd/service.h"
-#include "platform/linux/process.h"
+
+namespace platform::platformd {
 
 namespace {
 
@@ -47,10 +50,8 @@ std::list<Job> g_jobs;
 std::map<std::string, RcState, std::less<>> g_states;
 
 bool is_script_name(std::string_view name) {
-    constexpr std::string_view allowed =
-        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-.";
-    return !name.empty() && name.size() <= 64 && name.front() != '.' && name.front() != '-' &&
-           name.find_first_not_of(allowed) == name.npos;
+    constexpr size_t kLongest = 64;
+    return base::is_name(name, kLongest) && name.front() != '.' && name.front() != '-';
 }
 
 bool is_action(std::string_view action) {
@@ -95,7 +96,7 @@ int start_script(ubus_request_data* request, const char* name, const char* actio
     if (g_jobs.size() == kMaxJobs) return UBUS_STATUS_UNKNOWN_ERROR;
     const auto path = script_path(name);
     const char* const argv[] = {path.c_str(), action, nullptr};
-    const auto pid = process_start(argv);
+    const auto pid = base::start(argv);
     if (pid < 0) return UBUS_STATUS_SYSTEM_ERROR;
     auto& job = g_jobs.emplace_back();
     job.name = name;
@@ -209,3 +210,5 @@ void rc_stop() {
     uloop_timeout_cancel(&g_reconnect);
     disconnect();
 }
+
+}  // namespace platform::platformd

@@ -5,6 +5,8 @@
 
 #include "platform/linux/record_text.h"
 
+namespace platform::platformd {
+
 namespace {
 
 constinit ServiceRegistration* g_first = nullptr;
@@ -33,9 +35,11 @@ void state_line(std::string& out, const char* format, ...) {
     out += "  " + line + '\n';
 }
 
-void state_record(std::string& out, const std::string& label, const platform::RecordLayout& layout,
+void state_record(std::string& out, const std::string& label, const RecordLayout& layout,
                   const void* record) {
     out += "  " + label;
     append_record(out, layout, {static_cast<const uint8_t*>(record), layout.size});
     out += '\n';
 }
+
+}  // namespace platform::platformd

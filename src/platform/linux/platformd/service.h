@@ -4,17 +4,21 @@
 #include <cstring>
 #include <span>
 #include <string>
+#include <type_traits>
 
+#include "base/linkage.h"
 #include "platform/include/zu_call.h"
 
 // A service of the platform: a file in platform/linux/services that keeps what the real service
 // would hold, has one row per call in a table, and registers itself. The rest of platformd sees to
 // finding calls, checking records, tracing, faults and `platformctl state`.
 
+namespace platform::platformd {
+
 /// One call: its name, the record it takes and what it does. Made by `service_call`.
 struct ServiceCall {
     const char* name;
-    const platform::RecordLayout* layout;  ///< null: no record
+    const RecordLayout* layout;  ///< null: no record
     int32_t (*handle)(void* record, uint32_t size);
 };
 
@@ -43,6 +47,9 @@ class ServiceRegistration {
     static ServiceRegistration* first();
 };
 
+template <class Record>
+Record record_taken_by(int32_t (*handle)(Record&));
+
 template <auto Handle, class Record>
 int32_t handle_record(void* bytes, uint32_t size) {
     Record record{};
@@ -53,9 +60,13 @@ int32_t handle_record(void* bytes, uint32_t size) {
 }
 
 /// `call` is answered by `Handle(record)`, which may change the record and returns the result. The
-/// handler gets a copy of its own, for a call may send a shorter form of the record.
+/// handler gets a copy of its own, for a call may send a shorter form of the record. It stands in
+/// its service's own namespace.
 template <auto Handle, class Record>
-consteval ServiceCall service_call(const platform::Call<Record>& call) {
+consteval ServiceCall service_call(const Call<Record>& call) {
+    static_assert(std::is_same_v<Record, decltype(record_taken_by(Handle))>,
+                  "the handler takes another record than the call");
+    static_assert(base::has_global_name<Handle>(), "the handler needs a name that is its own");
     return {call.name, call.layout, handle_record<Handle, Record>};
 }
 
@@ -63,5 +74,7 @@ consteval ServiceCall service_call(const platform::Call<Record>& call) {
 __attribute__((format(printf, 2, 3))) void state_line(std::string& out, const char* format, ...);
 
 /// Appends one line with a record's fields behind a label.
-void state_record(std::string& out, const std::string& label, const platform::RecordLayout& layout,
+void state_record(std::string& out, const std::string& label, const RecordLayout& layout,
                   const void* record);
+
+}  // namespace platform::platformd

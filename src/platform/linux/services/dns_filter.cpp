@@ -8,9 +8,7 @@
 #include "platform/linux/platformd/service.h"
 #include "platform/linux/record_text.h"
 
-using namespace platform;
-
-namespace {
+namespace platform::platformd::dns_filter {
 
 constexpr size_t kMostHosts = 1024;
 
@@ -100,4 +98,4 @@ ServiceRegistration g_registration({.name = "dns_filter",
                                     .calls = kCalls,
                                     .print = print});
 
-}  // namespace
+}  // namespace platform::platformd::dns_filter

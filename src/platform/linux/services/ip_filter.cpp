@@ -5,9 +5,7 @@
 #include "platform/include/records/ip_filter.h"
 #include "platform/linux/platformd/service.h"
 
-using namespace platform;
-
-namespace {
+namespace platform::platformd::ip_filter {
 
 constexpr size_t kMaxRules = 1024;
 constexpr uint32_t kBothMask = kIpFilterUpMask | kIpFilterDownMask;
@@ -109,4 +107,4 @@ ServiceRegistration g_registration({.name = "ip_filter",
                                     .calls = kCalls,
                                     .print = print});
 
-}  // namespace
+}  // namespace platform::platformd::ip_filter

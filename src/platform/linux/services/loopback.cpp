@@ -5,9 +5,7 @@
 #include "platform/include/records/loopback.h"
 #include "platform/linux/platformd/service.h"
 
-using namespace platform;
-
-namespace {
+namespace platform::platformd::loopback {
 
 constexpr uint32_t kLargestVlan = 4094;
 
@@ -74,4 +72,4 @@ ServiceRegistration g_registration({.name = "loopback",
                                     .calls = kCalls,
                                     .print = print});
 
-}  // namespace
+}  // namespace platform::platformd::loopback

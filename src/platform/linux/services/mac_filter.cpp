@@ -5,9 +5,7 @@
 #include "platform/include/records/mac_filter.h"
 #include "platform/linux/platformd/service.h"
 
-using namespace platform;
-
-namespace {
+namespace platform::platformd::mac_filter {
 
 constexpr size_t kMaxItems = 1024;
 
@@ -70,4 +68,4 @@ ServiceRegistration g_registration({.name = "mac_filter",
                                     .calls = kCalls,
                                     .print = print});
 
-}  // namespace
+}  // namespace platform::platformd::mac_filter

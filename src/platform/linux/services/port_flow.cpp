@@ -3,9 +3,7 @@
 #include "platform/linux/direct_calls.h"
 #include "platform/linux/platformd/service.h"
 
-using namespace platform;
-
-namespace {
+namespace platform::platformd::port_flow {
 
 using Flows = std::map<uint32_t, st_port_flow>;  // by port
 
@@ -48,4 +46,4 @@ constexpr ServiceCall kCalls[] = {
 
 ServiceRegistration g_registration({.name = "port_flow", .calls = kCalls, .print = print});
 
-}  // namespace
+}  // namespace platform::platformd::port_flow

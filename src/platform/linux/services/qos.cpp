@@ -1,7 +1,7 @@
 #include "platform/linux/platformd/service.h"
 
-namespace {
+namespace platform::platformd::qos {
 
 ServiceRegistration g_registration({.name = "qos", .init = "zu_qos_init"});
 
-}  // namespace
+}  // namespace platform::platformd::qos

@@ -5,9 +5,7 @@
 #include "platform/include/records/url_filter.h"
 #include "platform/linux/platformd/service.h"
 
-using namespace platform;
-
-namespace {
+namespace platform::platformd::url_filter {
 
 constexpr size_t kMaxAddresses = 1024;
 
@@ -64,4 +62,4 @@ ServiceRegistration g_registration({.name = "url_filter",
                                     .calls = kCalls,
                                     .print = print});
 
-}  // namespace
+}  // namespace platform::platformd::url_filter
