@@ -161,15 +161,18 @@ TEST_F(DnsFilterTest, FilesAndStartWhenSomethingIsRefused) {
     refuse(platform::kDnsFilterAdd.name);
     refuse(platform::kDnsFilterSet.name);
     EXPECT_EQ(set({.ucIndex = 1, .ucEnable = 0, .ulBitmap = 1}), -1);
-    EXPECT_EQ(stored(), "1 1 ");
+    EXPECT_EQ(stored(), "1 1 1 d1 ");
     provision({1, 0}, 0);
     EXPECT_EQ(igdCmDnsFilterConfigInit(), 0);
-    EXPECT_EQ(calls().size(), 1u + 1 + 4);
+    EXPECT_EQ(calls().size(), 1u + 4);
 }
 
 TEST_F(DnsFilterTest, DomainIsReplacedByItsIndex) {
     provision({0}, 3);
-    IgdSecurDnsFilterListTab request{2, "z", 1};
+    IgdSecurDnsFilterListTab request{2, "z", 1};  // which selects nothing
+    EXPECT_EQ(igdCmSecureDnsFilterListSet(&request, sizeof(request)), 0);
+    EXPECT_EQ(stored(), "1 0 1 d1 2 d2 3 d3 ");
+    request.ulBitmap = IgdSecurDnsFilterListTab::Domain;
     EXPECT_EQ(igdCmSecureDnsFilterListSet(&request, sizeof(request)), 0);
     EXPECT_EQ(stored(), "1 0 1 d1 2 z 3 d3 ");
     request.ulIndex = 101;
