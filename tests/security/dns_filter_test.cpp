@@ -167,14 +167,11 @@ TEST_F(DnsFilterTest, FilesAndStartWhenSomethingIsRefused) {
     EXPECT_EQ(calls().size(), 1u + 4);
 }
 
-TEST_F(DnsFilterTest, DomainIsReplacedByItsIndex) {
+TEST_F(DnsFilterTest, SetOfADomainReplacesNone) {
     provision({0}, 3);
-    IgdSecurDnsFilterListTab request{2, "z", 1};  // which selects nothing
+    IgdSecurDnsFilterListTab request{2, "z", 1};
     EXPECT_EQ(igdCmSecureDnsFilterListSet(&request, sizeof(request)), 0);
     EXPECT_EQ(stored(), "1 0 1 d1 2 d2 3 d3 ");
-    request.ulBitmap = IgdSecurDnsFilterListTab::Domain;
-    EXPECT_EQ(igdCmSecureDnsFilterListSet(&request, sizeof(request)), 0);
-    EXPECT_EQ(stored(), "1 0 1 d1 2 z 3 d3 ");
     request.ulIndex = 101;
     EXPECT_EQ(igdCmSecureDnsFilterListSet(&request, sizeof(request)), 268435457);
 }
