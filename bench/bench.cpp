@@ -1,3 +1,5 @@
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -7,6 +9,7 @@
 #include "figures.h"
 #include "floors.h"
 #include "startup.h"
+#include "uci_tool.h"
 
 // Prints, in microseconds, each figure beside its floor. The two are taken in turns, so that a busy
 // machine or a slow disk troubles both alike, and the medians compared.
@@ -32,8 +35,14 @@ size_t package_size(const char* package) {
     return package ? std::filesystem::file_size(std::filesystem::path("/etc/config") / package) : 0;
 }
 
+double time_of(const Figure& figure, BusClient& bus) {
+    usleep(figure.quiet_ms * 1000);
+    return figure.batch ? uci_batch(figure.batch) : bus.time(figure.timed);
+}
+
 /// The parts of one round's floor, summed as often as the call needs each.
 double floor_of(const Figure& figure, BusClient& bus) {
+    usleep(figure.quiet_ms * 1000);
     double floor = bus.time(kEmptyMethod);
     const size_t size = package_size(figure.package);
     for (int i = 0; i < figure.replacements; ++i)
@@ -54,12 +63,12 @@ void measure(const Figure& figure, BusClient& bus) {
     make(bus, figure.set_up);
     for (int round = 0; round < figure.rounds; ++round) {
         make(bus, figure.before_each);
-        times.push_back(bus.time(figure.timed));
+        times.push_back(time_of(figure, bus));
         floors.push_back(floor_of(figure, bus));
         make(bus, figure.after_each);
     }
     make(bus, figure.tear_down);
-    if (std::strcmp(figure.timed.method, "empty") == 0)
+    if (figure.timed.method && std::strcmp(figure.timed.method, "empty") == 0)
         std::printf("%-36s %10.0f %10s %8s\n", figure.name.c_str(), median(times), "-", "-");
     else
         print_row(figure.name.c_str(), median(times), median(floors));

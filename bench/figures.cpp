@@ -19,6 +19,8 @@ Calls repeat(int first, int count, Make make) {
     return calls;
 }
 
+constexpr int kQuietMs = 200;
+
 constexpr char kIpFilter[] = "app_ipfilter";
 
 BusCall ip_filter_mode(int enable) {
@@ -133,6 +135,18 @@ std::vector<Figure> figures() {
         on_ip_filter(
             "ip_filter_basic_set", 0,
             {.before_each = {ip_filter_mode(0)}, .timed = ip_filter_mode(1), .platform_calls = 3}),
+        on_ip_filter("ip_filter_basic_set after quiet", 0,
+                     {.before_each = {ip_filter_mode(0)},
+                      .timed = ip_filter_mode(1),
+                      .quiet_ms = kQuietMs,
+                      .platform_calls = 3,
+                      .rounds = 51}),
+        on_ip_filter("the same change by uci, after quiet", 0,
+                     {.before_each = {ip_filter_mode(0)},
+                      .batch = "set app_ipfilter.@IGD_SECUR_IP_FILTER_ATTR_TAB[0]."
+                               "ucIPFilterEnable=1\ncommit app_ipfilter\n",
+                      .quiet_ms = kQuietMs,
+                      .rounds = 51}),
         ip_filter_add_at(0),
         ip_filter_add_at(99),
         on_ip_filter(

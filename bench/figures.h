@@ -7,11 +7,14 @@
 
 /// One figure: a call that is timed again and again, what surrounds it, and what it cannot do
 /// without. Each round makes the calls of `before_each`, the timed call, and those of `after_each`.
+/// `batch` is timed instead of a call where it is there.
 struct Figure {
     std::string name = {};
     std::vector<BusCall> set_up = {};
     std::vector<BusCall> before_each = {};
     BusCall timed = {};
+    const char* batch = nullptr;  ///< lines for the `uci` tool
+    int quiet_ms = 0;             ///< rest before the timed call, and before its floor
     std::vector<BusCall> after_each = {};
     std::vector<BusCall> tear_down = {};
     const char* package = nullptr;        ///< whose file a change replaces

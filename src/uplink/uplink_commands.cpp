@@ -1,31 +1,25 @@
 #include "uplink/uplink_commands.h"
 
-#include <cstring>
-
-#include "uplink/uplink_uci.h"
+#include "base/names.h"
+#include "uplink/lan_bridge.h"
 #include "zu_os.h"
 
-using namespace appcfg;
-
+namespace appcfg::uplink {
 namespace {
 
-constexpr size_t kLongestName = 15;  // what the kernel takes
-
 bool may_stand_in_line(const char* name) {
-    return is_lan_port(name) && is_interface_name(name);
+    return is_lan_port(name) && base::is_interface_name(name);
 }
 
 }  // namespace
 
-bool is_interface_name(const char* name) {
-    static constexpr char kAllowed[] =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._-";
-    const size_t length = std::strspn(name, kAllowed);
-    return length > 0 && length <= kLongestName && !name[length];
+bool is_section_name(std::string_view name) {
+    constexpr size_t kLongest = 110;
+    return base::is_name(name, kLongest) && name.find_first_of(".-") == name.npos;
 }
 
-void release_from_bridge(const char* names) {
-    for (Words words(names); const char* port = words.next();)
+void release_from_bridge(const Names& names) {
+    for (const char* port : names)
         if (may_stand_in_line(port))
             zu_os_vcmd(
                 "master=$(readlink -f /sys/class/net/%s/master 2>/dev/null); "
@@ -37,8 +31,8 @@ void release_from_bridge(const char* names) {
                 port, port, port, port, port);
 }
 
-void join_bridge(const char* names) {
-    for (Words words(names); const char* port = words.next();)
+void join_bridge(const Names& names) {
+    for (const char* port : names)
         if (may_stand_in_line(port))
             zu_os_vcmd(
                 "master=$(readlink -f /sys/class/net/%s/master 2>/dev/null); "
@@ -53,8 +47,8 @@ void release_bond_from_bridge() {
     zu_os_execcmd("brctl delif br-lan bond-la 2>/dev/null");
 }
 
-void bring_up(const char* interface) {
-    if (is_interface_name(interface)) zu_os_vcmd("ifup %s 2>/dev/null", interface);
+void bring_up(const char* section) {
+    if (is_section_name(section)) zu_os_vcmd("ifup %s 2>/dev/null", section);
 }
 
 void reload_network() {
@@ -70,3 +64,10 @@ void reload_network_users() {
     zu_os_execcmd("/etc/init.d/miniupnpd reload");
     zu_os_execcmd("/etc/init.d/omcproxy reload");
 }
+
+void call_rc_for_auto_wan(const char* action) {
+    zu_os_vcmd("ubus -t 3 call rc init '{\"name\":\"auto_wan\",\"action\":\"%s\"}' >/dev/null 2>&1",
+               action);
+}
+
+}  // namespace appcfg::uplink

@@ -6,12 +6,11 @@
 #include <string_view>
 
 #include "base/child.h"
+#include "uplink/uplink_answers.h"
 #include "uplink/uplink_testing.h"
-#include "uplink/uplink_uci.h"
 #include "vsuci.h"
 
-using namespace appcfg;
-
+namespace appcfg::uplink {
 namespace {
 
 bool is_flag(std::string_view text) {
@@ -26,19 +25,18 @@ bool same(const char* a, const char* b) {
     return std::strcmp(a, b) == 0;
 }
 
-/// Returns what makes no sense, null if all does.
-const char* find_nonsense(const WanBackup& b) {
+Outcome check(const WanBackup& b) {
     if (!b.enable || !b.fixed_port || !b.primary_port || !b.backup_port || !b.active_port)
-        return "Missing WAN backup parameter";
+        return refused("Missing WAN backup parameter");
     if (!is_flag(b.enable) || !is_port(b.fixed_port) || !is_port(b.primary_port) ||
         !is_port(b.backup_port) || !is_port(b.active_port))
-        return "Invalid WAN backup parameter";
-    if (same(b.enable, "0")) return nullptr;
+        return refused("Invalid WAN backup parameter");
+    if (same(b.enable, "0")) return {};
     const bool active_is_one =
         same(b.active_port, b.primary_port) || same(b.active_port, b.backup_port);
     if (same(b.primary_port, b.backup_port) || !active_is_one)
-        return "Invalid WAN backup port pair";
-    return nullptr;
+        return refused("Invalid WAN backup port pair");
+    return {};
 }
 
 bool reads(const char* package, const char* section, const char* option, const char* wanted) {
@@ -47,7 +45,7 @@ bool reads(const char* package, const char* section, const char* option, const c
 }
 
 bool stage(const WanBackup& b) {
-    const char* program = uplink_surroundings.wan_backup_manager;
+    const char* program = surroundings.wan_backup_manager;
     if (access(program, X_OK) != 0) return false;
     const char* const argv[] = {"wan_backup_manager", "stage",       b.enable,      b.fixed_port,
                                 b.primary_port,       b.backup_port, b.active_port, nullptr};
@@ -56,11 +54,13 @@ bool stage(const WanBackup& b) {
 
 }  // namespace
 
-Outcome wan_backup_set(const WanBackup& backup) {
-    if (const char* reason = find_nonsense(backup)) return refused(reason);
+Outcome wan_backup_set(WanBackup& backup) {
+    if (const Outcome checked = check(backup); checked.reason) return checked;
     if (!reads("custom", "custom_page", "wan_backup_enable", "1"))
         return failed("WAN backup capability is disabled");
     if (!reads("device_mode_manager", "device_mode_manager", "mode", "0"))
         return failed("WAN backup is configurable only in gateway mode");
     return stage(backup) ? Outcome{} : failed("Failed to persist WAN backup configuration");
 }
+
+}  // namespace appcfg::uplink

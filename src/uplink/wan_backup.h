@@ -2,7 +2,7 @@
 
 #include "core/method.h"
 
-using namespace appcfg;
+namespace appcfg::uplink {
 
 /// The configuration of the WAN backup, as texts; null where it was not given.
 struct WanBackup {
@@ -16,4 +16,6 @@ struct WanBackup {
 /// Checks the configuration and hands it to the gateway's backup manager, which stores and applies
 /// it. Waits for that program. Answers with code -3 for arguments that make no sense and -1 when
 /// the gateway cannot back up its WAN or the program fails.
-Outcome wan_backup_set(const WanBackup& backup);
+Outcome wan_backup_set(WanBackup& backup);
+
+}  // namespace appcfg::uplink

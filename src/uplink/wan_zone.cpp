@@ -1,15 +1,18 @@
+#include "uplink/wan_zone.h"
+
 #include <cstdio>
 #include <cstring>
+#include <string_view>
 
-#include "uplink/link_aggregation.h"
-
-using namespace appcfg;
+#include "base/tokens.h"
+#include "uplink/uplink_uci.h"
 
 /// Prints one line at once, so that it can be followed while services reload.
 #define ZONE_LOG(text, ...)                                                              \
     (std::printf("[add_la_to_wan_firewall_zone] " text "\n" __VA_OPT__(, ) __VA_ARGS__), \
      std::fflush(stdout))
 
+namespace appcfg::uplink {
 namespace {
 
 constexpr char kInterface[] = "la";
@@ -20,8 +23,9 @@ const char* printable(const char* text) {
 
 bool names_la(uci_section* zone, const char* networks) {
     if (!networks) return has_list_value(zone, "network", kInterface);
-    for (Words words(networks); const char* word = words.next();)
-        if (std::strcmp(word, kInterface) == 0) return true;
+    base::Tokens words(networks, " ");
+    for (std::string_view word; words.next(word);)
+        if (word == kInterface) return true;
     return false;
 }
 
@@ -46,15 +50,15 @@ void add_interface(UciFile& firewall, uci_section* zone) {
         return;
     }
     ZONE_LOG("Adding 'la' to wan zone network list...");
-    const int added = add_list_value(zone, "network", kInterface);
-    ZONE_LOG("uci_add_list returned: %d", added);
-    if (added != UCI_OK) {
+    const bool added = add_list_value(zone, "network", kInterface);
+    ZONE_LOG("uci_add_list returned: %d", added ? UCI_OK : UCI_ERR_INVAL);
+    if (!added) {
         ZONE_LOG("ERROR: Failed to add network option");
         return;
     }
     ZONE_LOG("Successfully added network option, committing...");
-    const int committed = firewall.commit() ? UCI_OK : UCI_ERR_IO;
-    ZONE_LOG("uci_commit returned: %d", committed);
+    const bool committed = firewall.commit();
+    ZONE_LOG("uci_commit returned: %d", committed ? UCI_OK : UCI_ERR_IO);
 }
 
 }  // namespace
@@ -77,3 +81,5 @@ void add_la_to_wan_firewall_zone() {
     if (uci_section* zone = find_wan_zone(firewall.package())) add_interface(firewall, zone);
     ZONE_LOG("Completed");
 }
+
+}  // namespace appcfg::uplink

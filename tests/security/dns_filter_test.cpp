@@ -111,7 +111,7 @@ TEST_F(DnsFilterTest, HostListIsTakenOverWholeOrNotAtAll) {
         EXPECT_EQ(set(request), -1);
     }
     EXPECT_EQ(read(rule_), "old\n");
-    EXPECT_FALSE(fs::exists(folder_ / "host_1.new"));
+    EXPECT_FALSE(fs::exists(folder_ / ".host_1.appcfgd-new"));
     EXPECT_EQ(set(request), 0);
     EXPECT_EQ(read(rule_), text);
 }
@@ -120,12 +120,26 @@ TEST_F(DnsFilterTest, LinksAreNeitherFollowedNorRead) {
     provision({1}, 1);
     std::ofstream(rule_) << "";
     std::ofstream(folder_ / "victim") << "precious";
-    for (const char* name : {"list", "list.new", "link"})
+    for (const char* name : {"list", ".list.appcfgd-new", "link"})
         fs::create_symlink(folder_ / "victim", folder_ / name);
     EXPECT_EQ(igdCmSecureDnsFilterListReload(), 0);
     EXPECT_EQ(read(folder_ / "victim"), "precious");
     EXPECT_EQ(copy_dnsfilter_file((folder_ / "link").c_str(), rule_.c_str()), -1);
     EXPECT_EQ(read(rule_), "d1\n");
+}
+
+// Anybody may make folders in /tmp.
+TEST_F(DnsFilterTest, FoldersInTheWayOfAListAreMovedAside) {
+    provision({1}, 1);
+    std::ofstream(rule_) << "";
+    for (const char* squatter : {"list", ".list.appcfgd-new"}) {
+        fs::remove(folder_ / "list");
+        fs::create_directories(folder_ / squatter / "kept");
+        EXPECT_EQ(igdCmSecureDnsFilterListReload(), 0);
+        EXPECT_TRUE(fs::is_regular_file(folder_ / "list")) << squatter;
+        EXPECT_EQ(read(rule_), "d1\n");
+    }
+    EXPECT_TRUE(fs::is_directory(folder_ / ".list.appcfgd-new" / "kept"));
 }
 
 TEST_F(DnsFilterTest, RulesAreSwitchedByTheirIndex) {

@@ -1,6 +1,7 @@
 #include <algorithm>
-#include <thread>
+#include <atomic>
 
+#include "base/names.h"
 #include "uplink/uplink_commands.h"
 #include "uplink/uplink_test.h"
 
@@ -8,6 +9,7 @@ using namespace appcfg;
 
 namespace {
 
+using appcfg::uplink::is_section_name;
 using recording_commands::Lines;
 using recording_commands::take;
 using recording_commands::wait_for;
@@ -45,7 +47,17 @@ TEST_F(LinkAggregationTest, BondIsBelowEveryKindOfWanDeviceOnly) {
 
 TEST_F(LinkAggregationTest, ReportsWhateverIsStored) {
     const std::string bond = "interface la\n\toption proto bonding\n\toption ";
-    const std::pair<std::string, const char*> cases[] = {
+    const std::string text(255, 'x');
+    const std::string eth1 = "\nlist slaves eth1";
+    std::string many;
+    std::string reported = R"({"convergence_select_ports":["2")";  // what 255 characters hold
+    for (int i = 0; i < 1000; ++i)
+        many += eth1;
+    for (int i = 1; i < 51; ++i)
+        reported += R"(,"2")";
+    const std::pair<std::string, std::string> cases[] = {
+        {bond + "primary '" + text + "cut'" + many + "\n",
+         reported + R"(],"primary":")" + text + R"(","result":0,)"},
         {bond + "bonding_policy balance-alb\noption slaves 'eth0 usb1 ethx eth-3x'\n",
          R"({"binding_policy":"6","convergence_select_ports":["1","-2"],"result":0,)"},
         {bond + "bonding_policy unheard-of\noption slaves 'a eth99999999999'\nlist primary eth1\n",
@@ -68,13 +80,13 @@ TEST_F(LinkAggregationTest, WorkersRunTheirLinesInOrder) {
                      "ifup la 2>/dev/null", "ifup wan1 2>/dev/null", "/etc/init.d/firewall reload",
                      "/etc/init.d/miniupnpd reload", kLastReload}));
     ASSERT_EQ(call("link_aggregation_del"), success());
-    ASSERT_TRUE(wait_for(rc_call("start")));
+    ASSERT_TRUE(wait_for(rc_line("start")));
     EXPECT_EQ(
         take(),
         (Lines{rc_call("stop"), "brctl delif br-lan bond-la 2>/dev/null", for_port("eth0", kJoin),
                for_port("eth3", kJoin), for_port("eth1", kJoin), for_port("eth2", kJoin),
                "/etc/init.d/network reload", "/etc/init.d/firewall reload",
-               "/etc/init.d/miniupnpd reload", kLastReload, rc_call("enable"), rc_call("start")}));
+               "/etc/init.d/miniupnpd reload", kLastReload, rc_line("enable"), rc_line("start")}));
     ASSERT_EQ(call("link_aggregation_del"), success());  // there is no bond any more
     EXPECT_EQ(take(), Lines{rc_call("stop")});
 }
@@ -86,7 +98,7 @@ TEST_F(LinkAggregationTest, AutoUplinkArmsTheDetectionWhenABondGoes) {
         "'2'\n\toption current_uplinkid '-1'\n\toption detected_linkid '-1'\n"
         "\toption detect_en '1'\n";
     EXPECT_NE(read_package("auto_wan").find(armed), std::string::npos);
-    EXPECT_TRUE(wait_for(rc_call("start")));
+    EXPECT_TRUE(wait_for(rc_line("start")));
 }
 
 TEST_F(LinkAggregationTest, FreedPortsComeFromTheUplinkTheBondBeforeOrTheKernel) {
@@ -110,7 +122,7 @@ TEST_F(LinkAggregationTest, FreedPortsComeFromTheUplinkTheBondBeforeOrTheKernel)
 
     write_package("kernel", "eth2 eth3\r\nrest");
     const auto path = folder() + "/kernel";
-    uplink_surroundings.bond_slaves = path.c_str();
+    surroundings.bond_slaves = path.c_str();
     write_package("network", "config device br_lan\nconfig interface la\n");
     ASSERT_EQ(call("link_aggregation_del_no_commit"), success());
     EXPECT_EQ(values("network", "ports"), (Names{"eth2", "eth3"}));
@@ -151,6 +163,8 @@ TEST_F(LinkAggregationTest, RefusedArgumentsChangeNothing) {
     EXPECT_EQ(call("link_aggregation_set", R"({"slaves":["eth1","eth2"],"bonding_policy":""})"),
               failure(-3, "bonding_policy is required"));
     EXPECT_EQ(call("link_aggregation_set", R"({"slaves":"a b","bonding_policy":"x"})").status, 9);
+    EXPECT_EQ(set(R"("eth1","eth2")", R"(,"primary":")" + std::string(256, 'x') + '"'),
+              failure(-1, "Failed to set primary"));
     EXPECT_EQ(call("uplink_mode_set", R"({"mode":1})"),
               failure(-3, "Parameter mode is NULL. Please try again."));
     const auto no_mode = failure(-3, "mode must be '1' (fixed port) or '2' (auto uplink)");
@@ -198,13 +212,19 @@ TEST_F(LinkAggregationTest, FullDiskNeverLooksLikeSuccess) {
 }
 
 // No name is put into a shell line before it has passed this.
-TEST(InterfaceName, IsWhatNoShellReadsAnythingInto) {
+TEST(Name, IsWhatNoShellReadsAnythingInto) {
     for (const char* name : {"eth0", "a", "wan1.45_x-Y", "name_of_15_char"})
-        EXPECT_TRUE(is_interface_name(name)) << name;
+        EXPECT_TRUE(base::is_interface_name(name)) << name;
     for (const char* name :
          {"", "eth0;reboot", "eth0\nreboot", "eth0 x", "eth$(reboot)", "eth`x`", "eth0&x", "eth'x",
           "eth\"x", "eth/x", "eth\\x", "eth*", "eth|x", "eth\xc3\xa9", "name_of_16_chars"})
-        EXPECT_FALSE(is_interface_name(name)) << name;
+        EXPECT_FALSE(base::is_interface_name(name)) << name;
+    const std::string long_name(110, 'x');
+    for (const auto& name : {std::string("wan1"), long_name})
+        EXPECT_TRUE(is_section_name(name)) << name;
+    for (const auto& name :
+         {std::string(), long_name + 'x', std::string("wan;reboot"), std::string("wan.1")})
+        EXPECT_FALSE(is_section_name(name)) << name;
 }
 
 TEST_F(LinkAggregationTest, GatewayWithoutABusIsNoFailure) {
@@ -213,35 +233,51 @@ TEST_F(LinkAggregationTest, GatewayWithoutABusIsNoFailure) {
 }
 
 TEST_F(LinkAggregationTest, RequestsDoNotWaitAndABondMadeMeanwhileKeepsTheDetectionOff) {
-    using Clock = std::chrono::steady_clock;
     have_bond();
-    recording_commands::on_line([](const std::string& line) {
-        if (line.ends_with("reload")) std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    std::atomic<bool> bonded_again = false;
+    recording_commands::on_line([&bonded_again](const std::string& line) {
+        if (line == rc_line("enable")) bonded_again.wait(false);
     });
-    const auto start = Clock::now();
     ASSERT_EQ(call("link_aggregation_del"), success());
+    ASSERT_TRUE(wait_for(rc_line("enable")));
     ASSERT_EQ(set(), success());
-    EXPECT_LT(Clock::now() - start, std::chrono::milliseconds(300));
-    ASSERT_TRUE(wait_for(rc_call("disable"), 2));
-    ASSERT_TRUE(wait_for(kLastReload, 2));
+    bonded_again = true;
+    bonded_again.notify_one();
+    ASSERT_TRUE(wait_for(rc_line("stop")));
+    EXPECT_TRUE(wait_for("ifup la 2>/dev/null"));
     const auto lines = take();
-    EXPECT_EQ(std::ranges::count(lines, rc_call("start")), 0);
-    EXPECT_EQ(std::ranges::count(lines, rc_call("stop")), 3);
+    EXPECT_LT(std::ranges::find(lines, rc_line("start")),
+              std::ranges::find(lines, rc_line("stop")));
 }
 
-// Requests come while workers sleep, run their lines and read the packages.
-TEST_F(LinkAggregationTest, RequestsAndWorkersOverlap) {
+// Requests come while jobs run their lines, sleep and read the packages. However many there are,
+// one job runs, and one of each kind waits.
+TEST_F(LinkAggregationTest, JobsRunOneByOneAndTheLastStateWins) {
+    std::atomic<int> running = 0;
+    std::atomic<bool> crowded;
+    recording_commands::on_line([&](const std::string& line) {
+        if (line != "/etc/init.d/network reload") return;
+        EXPECT_EQ(++running, 1);
+        crowded.wait(false);
+        --running;
+    });
     for (int round = 0; round < 3; ++round) {
         take();
+        crowded = false;
         ASSERT_EQ(set(R"("eth0","eth1")"), success());
-        ASSERT_EQ(set(R"("eth2","eth3")"), success());
+        ASSERT_TRUE(wait_for("/etc/init.d/network reload"));
+        for (int i = 0; i < 10; ++i) {
+            ASSERT_EQ(call("link_aggregation_del"), success());
+            ASSERT_EQ(set(R"("eth1","eth2")"), success());
+        }
+        crowded = true;
+        crowded.notify_one();
+        ASSERT_TRUE(wait_for(for_port("eth2", kRelease)));
         ASSERT_EQ(call("link_aggregation_del"), success());
-        ASSERT_EQ(set(R"("eth1","eth2")"), success());
-        ASSERT_TRUE(wait_for("ifup la 2>/dev/null"));
-        ASSERT_EQ(call("link_aggregation_del"), success());  // while the others sleep
         ASSERT_EQ(mode("2", ""), success());
-        ASSERT_TRUE(wait_for(kLastReload, 5));
-        ASSERT_TRUE(wait_for(rc_call("start")));
+        finish_jobs();
+        EXPECT_TRUE(wait_for(rc_line("start")));
+        EXPECT_LE(std::ranges::count(take(), kLastReload), 4);
         EXPECT_EQ(values("network", "ports").size(), 4u);
     }
 }

@@ -37,20 +37,22 @@ UplinkTest::UplinkTest() : ModuleTest([] { return 0; }), threads_(threads_withou
     write_package("firewall", "config zone\n\toption name wan\n");
     recording_commands::reset();
     use_bus(&bus);
-    uplink_surroundings.bond_slaves = "/nowhere";
+    surroundings.bond_slaves = "/nowhere";
     constexpr std::chrono::milliseconds kSecond(10);
-    if (uplink_surroundings.second != kSecond) uplink_surroundings.second = kSecond;
+    if (surroundings.second != kSecond) surroundings.second = kSecond;
     uloop_init();
 }
 
-// Workers do not outlive their test, nor does what they have left to the event loop.
 UplinkTest::~UplinkTest() {
-    while (count_threads() > threads_)
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    uloop_run_timeout(0);
+    finish_jobs();
     recording_commands::reset();
     EXPECT_EQ(connections_freed(), connections_made());
     use_bus(nullptr);
+}
+
+void UplinkTest::finish_jobs() const {
+    while (count_threads() > threads_)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
 void UplinkTest::have_bond() {

@@ -22,7 +22,7 @@ struct WanBackupTest : UplinkTest {
         write_package("custom", "config custom_page custom_page\n\toption wan_backup_enable 1\n");
         write_package("device_mode_manager",
                       "config device_mode_manager device_mode_manager\n\toption mode 0\n");
-        uplink_surroundings.wan_backup_manager = path_.c_str();
+        surroundings.wan_backup_manager = path_.c_str();
     }
     /// The manager is a script, whose output is the file `noted`.
     void have_manager(const std::string& script) {

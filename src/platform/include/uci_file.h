@@ -74,20 +74,25 @@ class UciFile {
     bool load();
 
     /// Takes the lock that libuci takes for a commit (flock on the file itself) and then loads.
-    /// While somebody else holds it, tries again every millisecond for 2 seconds. False, with
-    /// nothing locked, if that was in vain or the package cannot be loaded or written.
+    /// While somebody else holds it, tries again every millisecond, for 2 seconds or for as long as
+    /// the request has patience (base/patience.h). False, with nothing locked, if that was in vain
+    /// or the package cannot be loaded or written.
     [[nodiscard]] bool load_for_change(UciMissing missing = UciMissing::Fail);
 
     /// Replaces the file by the model and unlocks it; mode and owner stay. True only when the
     /// change would survive a power cut; the model then stays loaded. Otherwise the file is left as
     /// it was (unless the very last step, syncing the directory, failed) and the model is gone.
-    /// A `uci commit` that has been waiting for the lock gets up to 2 seconds to end first.
+    /// A `uci commit` that has been waiting for the lock is waited for in the same way.
     /// Texts survive byte for byte; names that libuci would write but not read back (a section
     /// renamed to "a b", two sections of one name, a type with a quote) are refused.
     [[nodiscard]] bool commit();
 
     /// Unlocks the package and throws the model away.
     void discard();
+
+    /// Unlocks a package whose model has not been edited; it stays loaded. One that was made for
+    /// the change goes again.
+    void leave();
 
     /// True if the last load found a file that is no package: one that does not parse, say.
     bool is_unreadable() const { return loaded_fd_ >= 0 && !package_; }

@@ -11,7 +11,8 @@
 // Every change is complete and durable when the call that made it returns: after a power cut the
 // package is either as it was or as it was meant to be. Every call first makes sure that no other
 // process has changed the package since it was last looked at. A package that cannot be parsed is
-// never written to; reads of it answer as if it were missing.
+// never written to; reads of it answer as if it were missing. A package that another program keeps
+// locked is waited for with the request's patience (base/patience.h).
 //
 // Functions that return int32_t without further word return 0 on success and -1 on failure. All of
 // them may be called with any text: what is no valid name is "not there". One thread only.
@@ -22,7 +23,9 @@ extern "C" {
 /// package. `flags` is reserved and 0.
 int32_t vsuci_total(const char* package, const char* type, int32_t* count, int32_t flags);
 
-/// The option as a decimal number cut to its low 32 bits; 0 if it is missing or no number.
+/// The decimal number at the beginning of the option, read as strtol reads it (after white space,
+/// with a sign, up to what is no digit) and cut to its low 32 bits; 0 if it is missing or no
+/// number.
 int32_t vsuci_get_int32(const char* package, const char* section, const char* option);
 
 /// Copies the option's text, cut to `width` - 1 characters and always terminated, into `buffer`.
@@ -61,15 +64,26 @@ int32_t vsuci_get_zu_cfm(const char* package, const char* section, const char* o
                          uint32_t size);
 
 /// Brackets several calls on one package so that they see one state of the file and their changes
-/// become one change of it: nothing is written before the matching release. From the first change
-/// on the package is locked against other writers; if it was changed by one of them after it had
-/// been read within the hold, that first change fails. Holds do not nest and only one package is
-/// held at a time; a second hold drops the changes of the first. Where the platform has no such
-/// thing both do nothing.
+/// become one change of it: nothing is written before the matching release. Calls within see what
+/// has been changed so far. From the first change on the package is locked against other writers;
+/// if it was changed by one of them after it had been read within the hold, that first change
+/// fails. Holds of one package nest: the outermost counts, and those within only make parts of its
+/// change. Several packages may be held at a time. Where the platform has no such thing these three
+/// do nothing, and succeed.
 void vsuci_hold(const char* package);
 
-/// Makes what was changed since `vsuci_hold` durable. -1 if it could not be written, or if a change
-/// failed in between: then the package is as it was before the hold. A set in a section that does
-/// not exist changes nothing and is no such failure. -1 too if the package is not held.
+/// A hold that begins with what a change may fail for because of others: it waits for their lock,
+/// makes sure that the package can be read and written, and keeps it locked up to the release. For
+/// changes that are told to the platform before they are stored. -1, and nothing is held, if it
+/// cannot; an outer hold of the package fails with it. A package that is missing is made, and goes
+/// again if nothing is put into it. As long as it is held every other program that reads or changes
+/// the package waits: none that does may be waited for meanwhile.
+[[nodiscard]] int32_t vsuci_hold_for_change(const char* package);
+
+/// Ends the hold begun last. Of an outermost one, makes durable what was changed since: -1 if it
+/// could not be written, or if a change failed in between, then the package is as it was before the
+/// hold. Of one within another, -1 if a change failed since the outermost began: no more of it will
+/// be written, and the outermost release fails too. A set or del of a section that does not exist
+/// changes nothing and is no such failure. -1 too if the package is not held.
 [[nodiscard]] int32_t vsuci_release(const char* package);
 }

@@ -6,22 +6,32 @@
 
 #include <cerrno>
 
+#include "base/patience.h"
 #include "platform/uci/libuci_peers.h"
-#include "platform/uci/patience.h"
+
+namespace storage {
 
 namespace {
 
 enum class LockAttempt : uint8_t { Locked, Busy, Failed };
 
+/// Somebody else may just have made what was missing. A link that leads nowhere is there as well,
+/// and stays.
+LockAttempt create_to_lock(const char* path, PackageLock& lock) {
+    lock.fd = base::UniqueFd(open(path, O_RDONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    lock.created = static_cast<bool>(lock.fd);
+    if (lock.fd) return LockAttempt::Locked;
+    struct stat there;
+    const bool raced = errno == EEXIST && (lstat(path, &there) != 0 || !S_ISLNK(there.st_mode));
+    return raced ? LockAttempt::Busy : LockAttempt::Failed;
+}
+
 LockAttempt open_to_lock(const char* path, UciMissing missing, PackageLock& lock) {
     lock.created = false;
-    lock.fd = UniqueFd(open(path, O_RDWR | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    if (lock.fd) return LockAttempt::Locked;
+    lock.fd = base::UniqueFd(open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    if (lock.fd) return access(path, W_OK) == 0 ? LockAttempt::Locked : LockAttempt::Failed;
     if (errno != ENOENT || missing == UciMissing::Fail) return LockAttempt::Failed;
-    lock.fd = UniqueFd(open(path, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-    if (!lock.fd) return errno == EEXIST ? LockAttempt::Busy : LockAttempt::Failed;
-    lock.created = true;
-    return LockAttempt::Locked;
+    return create_to_lock(path, lock);
 }
 
 LockAttempt lock_opened(int fd) {
@@ -56,7 +66,10 @@ LockAttempt try_lock(const char* path, const char* directory, const char* packag
 PackageLock lock_package(const char* path, const char* directory, const char* package,
                          UciMissing missing) {
     PackageLock lock;
-    try_patiently(
-        [&] { return try_lock(path, directory, package, missing, lock) != LockAttempt::Busy; });
+    for (const base::Wait wait;
+         try_lock(path, directory, package, missing, lock) == LockAttempt::Busy && wait.pause();)
+        continue;
     return lock;
 }
+
+}  // namespace storage

@@ -1,11 +1,14 @@
 #include "platform/uci/package_text.h"
 
-#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string_view>
+#include <vector>
 
 #include "platform/uci/uci_names.h"
+
+namespace storage {
 
 std::mutex libuci_statics;
 
@@ -42,22 +45,20 @@ void append_section(std::string& to, const uci_section& section) {
     }
 }
 
-/// Types are written without quotes.
-bool type_reads_back(const char* type) {
-    if (!*type) return false;
-    for (; *type; ++type)
-        if (*type <= ' ' || *type > '~' || strchr("'\"\\#;", *type)) return false;
-    return true;
+int compare_names(const void* a, const void* b) {
+    return strcmp(*static_cast<const char* const*>(a), *static_cast<const char* const*>(b));
 }
 
-bool is_second_of_its_name(const uci_package& package, const uci_section& section) {
-    const uci_element* other;
-    uci_foreach_element(&package.sections, other) {
-        if (other == &section.e) return false;
-        if (!uci_to_section(other)->anonymous && strcmp(other->name, section.e.name) == 0)
-            return true;
+bool names_are_unique(const uci_package& package) {
+    std::vector<const char*> names;
+    const uci_element* element;
+    uci_foreach_element(&package.sections, element) {
+        if (!uci_to_section(element)->anonymous) names.push_back(element->name);
     }
-    return false;
+    if (!names.empty()) qsort(names.data(), names.size(), sizeof(names[0]), compare_names);
+    for (size_t n = 1; n < names.size(); ++n)
+        if (strcmp(names[n - 1], names[n]) == 0) return false;
+    return true;
 }
 
 }  // namespace
@@ -94,10 +95,10 @@ bool sections_read_back(const uci_package& package) {
     const uci_element* element;
     uci_foreach_element(&package.sections, element) {
         const uci_section& section = *uci_to_section(element);
-        if (!type_reads_back(section.type)) return false;
-        if (!section.anonymous &&
-            (!uci_is_name(element->name, SIZE_MAX) || is_second_of_its_name(package, section)))
-            return false;
+        if (!is_type(section.type)) return false;
+        if (!section.anonymous && !is_section_name(element->name)) return false;
     }
-    return true;
+    return names_are_unique(package);
 }
+
+}  // namespace storage

@@ -7,6 +7,8 @@
 
 // Between a package's text and libuci's model of it.
 
+namespace storage {
+
 /// Held wherever libuci touches state that is not its context's: the parser keeps its place in a
 /// static of the C library's, and every new context is linked to the one list of back ends.
 extern std::mutex libuci_statics;
@@ -20,3 +22,5 @@ std::string format_package(const uci_package& package, size_t expected);
 /// True if the package's text, once written, parses into the same sections again. libuci does not
 /// prevent names that do not: types with quotes, section names with blanks or used twice.
 bool sections_read_back(const uci_package& package);
+
+}  // namespace storage

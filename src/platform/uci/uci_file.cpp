@@ -6,16 +6,19 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 #include <string>
 #include <utility>
 
+#include "base/replace_file.h"
 #include "platform/uci/libuci_peers.h"
 #include "platform/uci/package_lock.h"
 #include "platform/uci/package_text.h"
-#include "platform/uci/replace_file.h"
 #include "platform/uci/uci_names.h"
 #include "platform/uci/uci_testing.h"
+
+using namespace storage;
 
 UciDirectories uci_directories = {"/etc/config", "/rom/config"};
 
@@ -30,6 +33,15 @@ int64_t in_ns(const timespec& time) {
 
 bool same_file(const struct stat& a, const struct stat& b) {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+bool take_owner_and_mode(int fd, const struct stat& like) {
+    struct stat made;
+    if (fstat(fd, &made) != 0) return false;
+    if ((made.st_uid != like.st_uid || made.st_gid != like.st_gid) &&
+        fchown(fd, like.st_uid, like.st_gid) != 0)
+        return false;
+    return fchmod(fd, like.st_mode & 07777) == 0;
 }
 
 /// Fills all of `text` from the beginning of the file.
@@ -63,7 +75,7 @@ UciFileState UciFileState::of(const struct stat& file) {
 UciFile::UciFile(uci_context* context, const char* package, UciStore store)
     : context_(context),
       directory_(store == UciStore::Config ? uci_directories.config : uci_directories.factory) {
-    if (!uci_is_name(package, kLongestName, "-")) return;
+    if (!is_package_name(package)) return;
     snprintf(name_, sizeof(name_), "%s", package);
     snprintf(path_, sizeof(path_), "%s/%s", directory_, package);
 }
@@ -138,19 +150,20 @@ bool UciFile::commit() {
 }
 
 bool UciFile::replace(std::string_view text) {
-    FilePlace place;
+    char real_path[PATH_MAX];
     struct stat file;
-    if (text.size() > kLargestFile || fstat(lock_fd_, &file) != 0 ||
-        !find_place(path_, name_, place))
+    if (text.size() > kLargestFile || fstat(lock_fd_, &file) != 0 || !realpath(path_, real_path))
         return false;
-    UniqueFd fresh = write_temporary(place, text, file);
-    if (!fresh) return false;
-    if (fstat(fresh.get(), &file) != 0 || peer_is_replacing(directory_, name_) || !is_as_loaded()) {
-        remove_temporary(place);
+    base::FileReplacement replacement(real_path, base::Durable::Yes);
+    if (!replacement.create() || !take_owner_and_mode(replacement.fd(), file) ||
+        !replacement.append(text) || !replacement.finish())
         return false;
-    }
+    base::UniqueFd fresh = replacement.reopen();
+    if (!fresh || fstat(fresh.get(), &file) != 0 || peer_is_replacing(directory_, name_) ||
+        !is_as_loaded())
+        return false;
     const UciFileState written = UciFileState::of(file);
-    if (!put_in_place(place) || fstat(fresh.get(), &file) != 0) return false;
+    if (!replacement.put_in_place() || fstat(fresh.get(), &file) != 0) return false;
     close(loaded_fd_);
     loaded_fd_ = fresh.release();
     state_ = written;
@@ -171,6 +184,11 @@ void UciFile::discard() {
     if (created_ && fstat(lock_fd_, &locked) == 0 && stat(path_, &named) == 0 &&
         same_file(named, locked) && locked.st_size == 0)
         unlink(path_);
+    unlock();
+}
+
+void UciFile::leave() {
+    if (created_) return discard();
     unlock();
 }
 

@@ -1,16 +1,24 @@
 #pragma once
 
-#include <cstddef>
-#include <string_view>
+#include <cstdint>
 
-/// True for a name of 1 to `longest` letters, digits, '_' and the characters of `more`.
-inline bool uci_is_name(const char* text, size_t longest, std::string_view more = {}) {
-    if (!text || !*text) return false;
-    for (size_t n = 0; text[n]; ++n) {
-        const char c = text[n];
-        const bool plain =
-            (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
-        if (n == longest || !(plain || more.find(c) != more.npos)) return false;
-    }
-    return true;
-}
+// What UCI takes for a name. libuci itself lets names through that it will not read back.
+
+namespace storage {
+
+inline constexpr uint32_t kLongestName = 127;
+
+/// Letters, digits, '_' and '-', as many as a UciFile takes: a bare file name in the folder of
+/// packages.
+bool is_package_name(const char* text);
+
+/// Letters, digits and '_', of any length: what libuci reads back as the name of a section.
+bool is_section_name(const char* text);
+
+/// A name that this platform gives: to an option, or as type to a new section.
+bool is_name(const char* text);
+
+/// A type that reads back. Types are written without quotes.
+bool is_type(const char* text);
+
+}  // namespace storage

@@ -4,10 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdio>
-#include <cstring>
-
-#include "securec.h"
+#include <cerrno>
 
 namespace appcfg {
 namespace {
@@ -19,43 +16,27 @@ bool copy_all(int source, const char* destination) {
     HostListFile copy(destination);
     char chunk[kChunk];
     ssize_t size;
-    while ((size = read(source, chunk, sizeof(chunk))) > 0)
-        if (!copy.append(chunk, static_cast<size_t>(size))) return false;
+    while ((size = read(source, chunk, sizeof(chunk))) > 0 || (size < 0 && errno == EINTR))
+        if (size > 0 && !copy.append({chunk, static_cast<size_t>(size)})) return false;
     return size == 0 && copy.publish();
 }
 
 }  // namespace
 
-HostListFile::HostListFile(const char* path) : path_(path) {
-    snprintf_s(new_path_, sizeof(new_path_), sizeof(new_path_) - 1, "%s.new", path);
+bool HostListFile::make() {
+    return file_.is_created() || (file_.create() && fchmod(file_.fd(), kMode) == 0);
 }
 
-HostListFile::~HostListFile() {
-    if (fd_ < 0) return;
-    close(fd_);
-    unlink(new_path_);
-}
-
-bool HostListFile::open_new() {
-    if (fd_ >= 0) return true;
-    unlink(new_path_);  // of a process that was killed
-    fd_ = open(new_path_, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kMode);
-    return fd_ >= 0 && fchmod(fd_, kMode) == 0;
-}
-
-bool HostListFile::append(const void* bytes, size_t size) {
-    return open_new() && write(fd_, bytes, size) == static_cast<ssize_t>(size);
+bool HostListFile::append(std::string_view bytes) {
+    return make() && file_.append(bytes);
 }
 
 bool HostListFile::append_domain(const char* domain) {
-    return append(domain, std::strlen(domain)) && append("\n", 1);
+    return append(domain) && append("\n");
 }
 
 bool HostListFile::publish() {
-    if (!open_new() || fsync(fd_) != 0 || rename(new_path_, path_) != 0) return false;
-    close(fd_);
-    fd_ = -1;
-    return true;
+    return make() && file_.finish() && file_.put_in_place();
 }
 
 int32_t copy_dnsfilter_file(const char* source, const char* destination) {

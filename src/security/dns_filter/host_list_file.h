@@ -1,37 +1,34 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
+#include <string_view>
+
+#include "base/replace_file.h"
 
 // Files of one domain a line. A new list is written beside the old one and takes its place when it
 // is complete, so that whoever reads a list finds the old one, the new one or none, but never half
 // of one; and what others may have put under its name in /tmp is replaced, never written through.
+// They are made anew at every start, so nobody waits for the disk.
 
 namespace appcfg {
 
-/// A host list in the making, to stand at `path`, which must live as long.
+/// A host list in the making. What has not been published leaves no trace.
 class HostListFile {
   public:
-    explicit HostListFile(const char* path);
-    /// What has not been published leaves no trace.
-    ~HostListFile();
-    HostListFile(const HostListFile&) = delete;
-    HostListFile& operator=(const HostListFile&) = delete;
+    explicit HostListFile(const char* path) : file_(path, base::Durable::No) {}
 
     /// These return false when the file cannot be made or written; it is made on first use.
     [[nodiscard]] bool append_domain(const char* domain);
-    [[nodiscard]] bool append(const void* bytes, size_t size);
+    [[nodiscard]] bool append(std::string_view bytes);
 
     /// Puts the list, empty if nothing was appended, in the place of the old one, with mode 0644.
     /// False when that fails: the old one then stays. To be called once, last.
     [[nodiscard]] bool publish();
 
   private:
-    bool open_new();
+    bool make();
 
-    const char* path_;
-    char new_path_[72];
-    int fd_ = -1;
+    base::FileReplacement file_;
 };
 
 /// Makes the file at `destination` a copy of the one at `source`; -1 when it cannot, or when either

@@ -5,6 +5,7 @@
 #include <sys/mount.h>
 #include <sys/syscall.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 
@@ -41,8 +42,10 @@ bool disarm() {
 }  // namespace
 
 extern "C" {
+// Takes a text in pieces while nothing is to fail.
 ssize_t write(int fd, const void* data, size_t size) {
-    return is_refused() ? -1 : syscall(SYS_write, fd, data, size);
+    const size_t taken = fault == Fault::None ? std::min<size_t>(size, 100) : size;
+    return is_refused() ? -1 : syscall(SYS_write, fd, data, taken);
 }
 int fsync(int fd) {
     return is_refused() ? -1 : static_cast<int>(syscall(SYS_fsync, fd));

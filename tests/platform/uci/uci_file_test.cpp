@@ -5,9 +5,11 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstring>
 #include <thread>
 
+#include "base/patience.h"
 #include "platform/uci/package_text.h"
 #include "scratch.h"
 
@@ -58,7 +60,7 @@ TEST_F(UciFileTest, WritesByteForByteWhatLibuciExports) {
     FILE* stream = open_memstream(&text, &size);
     ASSERT_EQ(uci_export(context.get(), stream, file.package(), false), UCI_OK);
     fclose(stream);
-    EXPECT_EQ(format_package(*file.package(), 0), std::string(text, size));
+    EXPECT_EQ(storage::format_package(*file.package(), 0), std::string(text, size));
     free(text);
 }
 
@@ -91,6 +93,26 @@ TEST_F(UciFileTest, ALockOfAnotherIsWaitedForButNotForEver) {
     close(other);
 }
 
+TEST_F(UciFileTest, TheWaitsOfARequestShareOneBudget) {
+    write("network", "config row 'r'\n");
+    const int other = open(path("network").c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_EQ(flock(other, LOCK_EX), 0);
+    const auto start = std::chrono::steady_clock::now();
+    {
+        const base::RequestPatience request;
+        for (int n = 0; n < 10; ++n) {
+            const base::RequestPatience nested;
+            EXPECT_FALSE(change("network", "r", "a", "1"));
+        }
+        flock(other, LOCK_UN);
+        EXPECT_TRUE(change("network", "r", "a", "1"));
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3));
+    const base::Wait unbounded_by_that;
+    EXPECT_GT(unbounded_by_that.left(), std::chrono::milliseconds(1000));
+    close(other);
+}
+
 TEST_F(UciFileTest, AProgramThatLocksNothingIsNotOverwritten) {
     write("network", "config row 'r'\n");
     UciFile file(context.get(), "network");
@@ -119,39 +141,28 @@ std::string text_of(int fd) {
     return {text, text + std::max<ssize_t>(pread(fd, text, sizeof(text), 0), 0)};
 }
 
-bool somebody_waits_for_our_lock() {
-    std::ifstream locks("/proc/locks");
-    std::string holder = " " + std::to_string(getpid()) + " ";
-    for (std::string line; std::getline(locks, line);)
-        if (line.find("->") != line.npos && line.find(holder) != line.npos) return true;
-    return false;
-}
-
-// A program that waits in libuci's commit builds on the file it has waited for, whatever its name
-// says by then, and replaces whatever has been committed until it is done.
-TEST_F(UciFileTest, WhoWaitsForTheOldFileFindsTheNewContentInItAndIsAwaited) {
+// A program in libuci's commit builds on the file that it has opened, whatever its name says by the
+// time it gets the lock, and replaces whatever has been committed until it is done.
+TEST_F(UciFileTest, WhoCommitsOnTheOldFileFindsTheNewContentInItAndIsAwaited) {
     for (const bool has_another_name : {false, true}) {
         write("network", "config row 'r'\n\toption a 'a long text that will go away'\n");
-        const int waiting = open(path("network").c_str(), O_RDONLY | O_CLOEXEC);
         const std::string old_text = read("network");
         if (has_another_name) link(path("network").c_str(), path("backup").c_str());
         UciFile file(context.get(), "network");
         ASSERT_TRUE(file.load_for_change() && set(file, "r", "a", "1"));
+        const int waiting = open(path("network").c_str(), O_RDWR | O_CLOEXEC);
         std::string found;
         std::atomic<bool> done = false;
         std::thread peer([&] {
             flock(waiting, LOCK_EX);
-            found = text_of(waiting);
             usleep(50'000);
+            found = text_of(waiting);
             done = true;
-            flock(waiting, LOCK_UN);
+            close(waiting);
         });
-        while (!somebody_waits_for_our_lock())
-            usleep(1000);
         ASSERT_TRUE(file.commit());
         EXPECT_TRUE(done || has_another_name);
         peer.join();
-        close(waiting);
         EXPECT_EQ(found, has_another_name ? old_text : read("network"));
     }
     EXPECT_EQ(read("backup"), "config row 'r'\n\toption a 'a long text that will go away'\n");

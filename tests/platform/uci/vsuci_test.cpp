@@ -1,7 +1,9 @@
 #include "vsuci.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 
+#include <chrono>
 #include <cstring>
 
 #include "scratch.h"
@@ -12,11 +14,13 @@ using Vsuci = Scratch;
 
 TEST_F(Vsuci, ReadsWhatIsThereAndDefaultsWhereNothingIs) {
     write("app_t",
-          "config row\n\toption n '-12'\n\toption big '4294967297'\n\toption word '12x'\n"
-          "\toption minus '-'\n\tlist l 'x'\nconfig row 'named'\n\toption s 'hello'\n");
+          "config row\n\toption n '-12'\n\toption big '4294967297'\n\toption word 'x12'\n"
+          "\toption blanks ' \t +12x3'\n\toption minus ' -'\n\tlist l 'x'\nconfig row "
+          "'named'\n\toption s 'hello'\n");
     EXPECT_EQ(total("app_t", "row"), 2);
     EXPECT_EQ(vsuci_get_int32("app_t", "@row[0]", "n"), -12);
     EXPECT_EQ(vsuci_get_int32("app_t", "@row[0]", "big"), 1);
+    EXPECT_EQ(vsuci_get_int32("app_t", "@row[0]", "blanks"), 12);
     for (const char* option : {"word", "minus", "l", "absent"})
         EXPECT_EQ(vsuci_get_int32("app_t", "@row[0]", option), 0) << option;
     EXPECT_EQ(get("app_t", "named", "s"), "hello");
@@ -170,11 +174,81 @@ TEST_F(Vsuci, AFailedChangeVoidsTheWholeHold) {
     EXPECT_EQ(get("app_t", "@ROW[0]", "a"), "1");
     EXPECT_EQ(vsuci_release("app_t"), -1);
     vsuci_hold("app_t");
-    EXPECT_EQ(vsuci_set("app_t", "@ROW[0]", "a", "2"), 0);
-    vsuci_hold("app_t");
-    EXPECT_EQ(vsuci_release("app_t"), 0);
+    EXPECT_TRUE(add_row("app_t", 2));
+    EXPECT_EQ(vsuci_hold_for_change("app_t"), 0);
+    EXPECT_EQ(vsuci_add("app_t", "no type", nullptr, 0), -1);
+    EXPECT_EQ(vsuci_release("app_t"), -1);
+    EXPECT_FALSE(add_row("app_t", 3));
+    EXPECT_EQ(vsuci_hold_for_change("app_t"), -1);
+    EXPECT_EQ(total("app_t", "ROW"), 1);
+    EXPECT_EQ(vsuci_release("app_t"), -1);
     EXPECT_EQ(read("app_t"), before);
     EXPECT_EQ(vsuci_set("app_t", "@ROW[0]", "a", "2"), 0);
+}
+
+TEST_F(Vsuci, HoldsNestAndSeveralPackagesAreHeldAtATime) {
+    for (int n = 0; n < 10; ++n)
+        vsuci_hold(("app_" + std::to_string(n)).c_str());
+    for (int n = 0; n < 10; ++n)
+        for (int row = 0; row < 3; ++row)
+            ASSERT_TRUE(add_row(("app_" + std::to_string(n)).c_str(), row));
+    EXPECT_EQ(vsuci_del("app_0", "@ROW[1]"), 0);
+    EXPECT_EQ(vsuci_del("app_0", "@ROW[2]"), -1);
+    EXPECT_EQ(total("app_0", "ROW"), 2);
+    EXPECT_EQ(get("app_0", "@ROW[1]", "a"), "2");
+    EXPECT_EQ(read("app_0"), "");
+    for (int n = 0; n < 10; ++n)
+        EXPECT_EQ(vsuci_release(("app_" + std::to_string(n)).c_str()), 0);
+    reopen();
+    EXPECT_EQ(get("app_0", "@ROW[1]", "a") + get("app_9", "@ROW[2]", "c"), "22");
+}
+
+TEST_F(Vsuci, AHoldForChangeHasTheLockBeforeAnythingIsChanged) {
+    ASSERT_TRUE(add_row("app_t", 1));
+    const auto inode = status("app_t").st_ino;
+    const int other = open(path("app_t").c_str(), O_RDONLY | O_CLOEXEC);
+    for (const bool changes : {false, true}) {
+        ASSERT_EQ(vsuci_hold_for_change("app_t"), 0);
+        EXPECT_NE(flock(other, LOCK_SH | LOCK_NB), 0);
+        EXPECT_EQ(vsuci_set("app_t", "@ROW[0]", "a", changes ? "2" : "1"), 0);
+        EXPECT_EQ(vsuci_release("app_t"), 0);
+        EXPECT_EQ(flock(other, LOCK_SH | LOCK_NB), 0);
+        EXPECT_EQ(status("app_t").st_ino != inode, changes);
+        flock(other, LOCK_UN);
+    }
+    close(other);
+    EXPECT_EQ(vsuci_hold_for_change("app_new"), 0);
+    EXPECT_EQ(vsuci_release("app_new"), 0);
+    write("app_bad", "config\n");
+    for (const char* package : {"app_bad", "no name"}) {
+        EXPECT_EQ(vsuci_hold_for_change(package), -1);
+        EXPECT_EQ(vsuci_release(package), -1);
+    }
+    EXPECT_EQ(entries(), (std::set<std::string>{"app_bad", "app_t"}));
+}
+
+// Each row read from the last to the first, and the rows counted for each.
+TEST_F(Vsuci, ReadingALongListIsLinear) {
+    constexpr int kRows = 10'000;
+    std::string text;
+    for (int n = 0; n < kRows; ++n)
+        text += "config ROW\n\toption a '" + std::to_string(n) + "'\n";
+    write("app_t", text);
+    const auto start = std::chrono::steady_clock::now();
+    for (int n = kRows; n-- > 0;) {
+        ASSERT_EQ(total("app_t", "ROW"), kRows);
+        ASSERT_EQ(vsuci_get_int32("app_t", ("@ROW[" + std::to_string(n) + "]").c_str(), "a"), n);
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+}
+
+TEST_F(Vsuci, ALinkThatLeadsNowhereIsRefusedAtOnce) {
+    char name[128];
+    symlink("nowhere", path("app_t").c_str());
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(vsuci_add("app_t", "ROW", name, sizeof(name)), -1);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+    EXPECT_TRUE(std::filesystem::is_symlink(path("app_t")));
 }
 
 TEST_F(Vsuci, ASetInAMissingSectionIsNoFailureOfTheHold) {
@@ -196,6 +270,13 @@ TEST_F(Vsuci, AHoldThatWasOvertakenFailsInsteadOfChangingAnotherRow) {
     EXPECT_EQ(vsuci_set("app_t", "@ROW[0]", "a", "2"), -1);
     EXPECT_EQ(vsuci_release("app_t"), -1);
     EXPECT_EQ(read("app_t"), "config ROW\n\toption a 'other'\n");
+    // One that has only written knows of no row that could have become another.
+    vsuci_hold("app_t");
+    EXPECT_EQ(vsuci_set("app_t", "@ROW[0]", "a", "other"), 0);
+    write("app_t", "config ROW\n\toption a 'another'\n");
+    EXPECT_EQ(vsuci_set("app_t", "@ROW[0]", "b", "2"), 0);
+    EXPECT_EQ(vsuci_release("app_t"), 0);
+    EXPECT_EQ(get("app_t", "@ROW[0]", "a"), "another");
 }
 
 TEST_F(Vsuci, WhatDoesNotParseIsLeftAsItIs) {

@@ -4,6 +4,8 @@
 
 #include <utility>
 
+namespace base {
+
 /// Owns a file descriptor.
 class UniqueFd {
   public:
@@ -28,3 +30,5 @@ class UniqueFd {
   private:
     int fd_;
 };
+
+}  // namespace base
