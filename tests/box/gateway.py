@@ -9,12 +9,12 @@ CONFIG = Path("/etc/config")
 PRISTINE = Path("/var/lib/box-pristine")
 COMPATIBLE = Path("/sys/firmware/devicetree/base/compatible")
 # What a run of the daemon leaves behind, other than configuration.
-LEFTOVERS = ["/tmp/cgi_dnsfilter", "/config/work/valueset", "/var/log/box/appcfgd.log"]
+LEFTOVERS = ["/tmp/cgi_dnsfilter", "/config/work/valueset", "/var/log/box/appcfgd.log", "/run/zu_log"]
 
 
-def command(*words, timeout=60):
+def command(*words, timeout=60, **options):
     """Runs a command and returns its output and exit status."""
-    done = subprocess.run(words, stdout=subprocess.PIPE, text=True, timeout=timeout)
+    done = subprocess.run(words, stdout=subprocess.PIPE, text=True, timeout=timeout, **options)
     return done.stdout, done.returncode
 
 
