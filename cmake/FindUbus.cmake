@@ -1,5 +1,5 @@
-# The gateway's base libraries: libubox (with blobmsg_json), libubus and libuci.
-# Targets Ubus::ubox, Ubus::blobmsg_json, Ubus::ubus, Ubus::uci.
+# The gateway's base libraries: libubox, libubus and libuci. Targets Ubus::ubox, Ubus::ubus and
+# Ubus::uci; Ubus::blobmsg_json, which the daemon does without, where it is there.
 
 include(FindPackageHandleStandardArgs)
 
@@ -20,8 +20,7 @@ ubus_library(blobmsg_json libubox/blobmsg_json.h blobmsg_json)
 ubus_library(ubus libubus.h ubus)
 ubus_library(uci uci.h uci)
 
-find_package_handle_standard_args(Ubus REQUIRED_VARS ubox_LIBRARY blobmsg_json_LIBRARY ubus_LIBRARY
-                                                     uci_LIBRARY)
+find_package_handle_standard_args(Ubus REQUIRED_VARS ubox_LIBRARY ubus_LIBRARY uci_LIBRARY)
 
 foreach(library blobmsg_json ubus)
   if(TARGET Ubus::${library})

@@ -2,7 +2,7 @@
 # What every script here shares: messages, logged steps, keys. Expects ROOT, the repository.
 
 BUILD="$ROOT/build"
-JOBS=2
+JOBS=$(nproc)
 
 say() { printf '%s\n' "$*" >&2; }
 

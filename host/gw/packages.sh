@@ -4,8 +4,10 @@
 PACKAGES=(ca-certificates git util-linux cmake ninja-build g++ pkg-config jq python3
     libjson-c-dev libsafec-dev libgtest-dev
     iptables ebtables bridge-utils iproute2)
-TEST_PACKAGES=(clang-format)
-ARM_PACKAGES=(g++-arm-linux-gnueabihf qemu-user
+FORMAT_PACKAGES=(clang-format)
+LINT_PACKAGES=(shellcheck)
+TIDY_PACKAGES=(clang-tidy)
+ARM_PACKAGES=(g++-arm-linux-gnueabihf qemu-user libstdc++6:armhf
     libjson-c-dev:armhf libsafec-dev:armhf libgtest-dev:armhf)
 
 # Installs what is missing when it may; otherwise says which line does it, and stops.
@@ -24,7 +26,7 @@ $(foreign_architecture "${missing[@]}")apt-get install -y --no-install-recommend
 provide_cargo() {
     command -v cargo >/dev/null && return
     # Bookworm's own cargo is too old; the one built for browsers is kept current.
-    if apt-cache show cargo-web 2>/dev/null | grep -q .; then
+    if [ -n "$(apt-cache show cargo-web 2>/dev/null)" ]; then
         provide_packages cargo-web rustc-web
     else
         provide_packages cargo rustc
@@ -34,7 +36,7 @@ provide_cargo() {
 # Packages of another architecture can only be had once dpkg knows of it.
 foreign_architecture() {
     [[ "$*" == *:armhf* ]] || return 0
-    dpkg --print-foreign-architectures | grep -qx armhf ||
+    grep -qx armhf <<<"$(dpkg --print-foreign-architectures)" ||
         echo "dpkg --add-architecture armhf && apt-get update && "
 }
 

@@ -2,22 +2,79 @@
 # The steps of ./gw test, cheapest first. Each is a function that prints what it finds and fails
 # when something is wrong; the number of cases is read from what it printed.
 
-STEPS=(format unit box box_asan tsan arm)
+STEPS=(format lint unit symbols box box_asan tsan vendor arm box_arm other_debian)
+# Runs only when it is named: it takes minutes.
+EXTRA_STEPS=(tidy)
+# What runs in the other release of Debian unless told otherwise.
+OTHER_STEPS=(unit symbols box)
 LEFT_OUT=77
+
+# Some steps need hundreds of megabytes that the others do not: they run where those are, and where
+# they are asked for: by name, or all of them by GW_ALL=1.
+ASKED=()
+
+asked_for() { [ "${GW_ALL-}" = 1 ] || [[ " ${ASKED[*]} " == *" $1 "* ]]; }
 
 # Releases of clang-format disagree about details; this is the one the sources are formatted with.
 FORMAT_RELEASE=14
 
+formatter() {
+    local tool
+    for tool in "clang-format-$FORMAT_RELEASE" clang-format; do
+        [[ $("$tool" --version 2>/dev/null) == *"version $FORMAT_RELEASE."* ]] || continue
+        echo "$tool"
+        return
+    done
+    return 1
+}
+
 step_format() {
-    with_lock provide_packages "${TEST_PACKAGES[@]}"
+    local tool
+    with_lock provide_packages "${FORMAT_PACKAGES[@]}"
     cd "$ROOT"
-    if ! clang-format --version | grep -q "version $FORMAT_RELEASE\."; then
+    if ! tool=$(formatter); then
         echo "the sources are formatted with clang-format $FORMAT_RELEASE; this machine has another"
         return "$LEFT_OUT"
     fi
     find src host tests bench \( -name '*.h' -o -name '*.cpp' -o -name '*.c' \) -print0 |
-        xargs -0 -r clang-format --dry-run -Werror
+        xargs -0 -r "$tool" --dry-run -Werror
 }
+
+# Each script with all that it reads in.
+step_lint() {
+    with_lock provide_packages "${LINT_PACKAGES[@]}"
+    cd "$ROOT"
+    all_sources_listed
+    grep -rlZE --exclude-dir=build --exclude-dir=.git '^#!/bin/(ba)?sh$' . |
+        xargs -0 -r shellcheck --check-sourced
+}
+
+# One that no list names would not be compiled, and nobody would notice.
+all_sources_listed() {
+    local source unlisted=0
+    while read -r source; do
+        grep -qwF "${source#tests/}" CMakeLists.txt tests/CMakeLists.txt && continue
+        echo "$source stands in no CMakeLists.txt"
+        unlisted=1
+    done < <(find src tests -name '*.cpp')
+    return "$unlisted"
+}
+
+# Older releases cannot read C++20 as it is used here. It needs to know how the sources are compiled,
+# not that they are.
+step_tidy() {
+    with_lock provide_packages "${TIDY_PACKAGES[@]}"
+    if [ "$(tidy_release)" -lt 16 ]; then
+        echo "clang-tidy is too old here; ./gw test other_debian -- tidy"
+        return "$LEFT_OUT"
+    fi
+    with_lock make_compile_commands
+    cd "$ROOT"
+    find src -name '*.cpp' ! -path 'src/platform/vendor/*' -print0 |
+        xargs -0 -r -n 1 -P "$JOBS" clang-tidy -p build/asan --quiet
+}
+
+tidy_release() { clang-tidy --version | sed -n 's/.*version \([0-9]*\)\..*/\1/p'; }
 
 step_unit() {
     with_lock make_native asan
@@ -32,14 +89,37 @@ step_tsan() {
     run_ctest tsan "${fixed[@]}"
 }
 
-# The cross tools are half a gigabyte: they are used where they are, or where they are asked for.
+# The daemon as a device's makers link it, against libraries that have the declared functions only.
+step_vendor() { with_lock make_vendor; }
+
 step_arm() {
-    if [ "${GW_ARM-}" != 1 ] && ! has_arm_tools; then
-        echo "no cross tools; ./gw test arm installs them"
-        return "$LEFT_OUT"
-    fi
+    may_be_arm arm || return
     with_lock make_arm
     run_ctest arm
+}
+
+# The golden cases once more with the daemon of the gateway's processor. All around it is of this
+# machine, so that a record which the two lay out differently shows.
+step_box_arm() {
+    may_be_arm box_arm || return
+    with_lock make_native release
+    with_lock make_arm
+    with_lock make_arm_programs "$BUILD/arm-box"
+    BOX_BIN="$BUILD/arm-box" "$BOX" "$ROOT/tests/box/run" "$@"
+}
+
+may_be_arm() {
+    ! asked_for "$1" && ! has_arm_tools || return 0
+    echo "no cross tools; ./gw test $1 installs them"
+    return "$LEFT_OUT"
+}
+
+# Of the checked build, in which hardly anything is inlined, and of the daemon that is delivered.
+step_symbols() {
+    with_lock make_native asan
+    with_lock make_native release
+    "$ROOT/tests/symbols" "$BUILD/asan/CMakeFiles" "$BUILD/bin/appcfgd" \
+        "$BUILD/release/exported_functions"
 }
 
 # The binaries that a device runs: golden cases, then faults.
@@ -57,6 +137,21 @@ step_box_asan() {
     BOX_BIN="$BUILD/asan" "$BOX" "$ROOT/tests/box/run" "$@"
 }
 
+# What the two releases differ in is compilers and libraries. Indented, because its cases are those
+# of the steps above; the last line holds their number.
+step_other_debian() {
+    local release
+    release=$(other_release)
+    if ! asked_for other_debian && ! has_debian "$release"; then
+        echo "no $release here; ./gw test other_debian makes one"
+        return "$LEFT_OUT"
+    fi
+    can_enter_debian || die "only root can enter another Debian, and only where it may make namespaces"
+    with_lock provide_debian "$release"
+    [ "$#" -gt 0 ] || set -- "${OTHER_STEPS[@]}"
+    in_debian "$release" ./gw test "$@" | sed -u '$!s/^/    /'
+}
+
 run_ctest() {
     local preset=$1
     shift
@@ -68,12 +163,13 @@ run_ctest() {
 run_steps() {
     local steps=() name
     while [ "$#" -gt 0 ] && [ "$1" != -- ]; do
-        [[ " ${STEPS[*]} " == *" $1 "* ]] || die "no test step $1; there are: ${STEPS[*]}"
+        [[ " ${STEPS[*]} ${EXTRA_STEPS[*]} " == *" $1 "* ]] ||
+            die "no test step $1; there are: ${STEPS[*]} ${EXTRA_STEPS[*]}"
         steps+=("$1")
-        [ "$1" != arm ] || GW_ARM=1
         shift
     done
     [ "$#" = 0 ] || shift
+    ASKED=("${steps[@]}")
     [ "${#steps[@]}" -gt 0 ] || steps=("${STEPS[@]}")
     PASSED=0 FAILED=0
     for name in "${steps[@]}"; do
@@ -109,10 +205,10 @@ count_cases() {
     while read -r line; do
         if [[ $line =~ ([0-9]+)\ passed,\ ([0-9]+)\ failed ]]; then
             passed=$((passed + BASH_REMATCH[1])) failed=$((failed + BASH_REMATCH[2]))
-        elif [[ $line =~ ([0-9]+)\ tests\ failed\ out\ of\ ([0-9]+) ]]; then
+        elif [[ $line =~ ^[0-9]+%.*\ ([0-9]+)\ tests\ failed\ out\ of\ ([0-9]+) ]]; then
             passed=$((passed + BASH_REMATCH[2] - BASH_REMATCH[1])) failed=$((failed + BASH_REMATCH[1]))
         fi
-    done < <(grep -E '^[0-9]+ passed, [0-9]+ failed$|tests failed out of' "$log")
+    done < <(grep -E '^[0-9]+ passed, [0-9]+ failed$|^[0-9]+% .*tests failed out of' "$log")
     [ "$status" != 0 ] || [ "$passed" -gt 0 ] || passed=1
     [ "$status" = 0 ] || [ "$failed" -gt 0 ] || failed=1
     PASSED=$((PASSED + passed)) FAILED=$((FAILED + failed))

@@ -2,4 +2,4 @@
 
 /// Marks what other programs of the gateway may call by its plain name; everything else in the
 /// daemon is hidden from them.
-#define APPCFGD_EXPORT __attribute__((visibility("default")))
+#define APPCFGD_EXPORT __attribute__((visibility("default"), used))
