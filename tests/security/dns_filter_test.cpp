@@ -19,12 +19,6 @@ namespace fs = std::filesystem;
 using recording_platform::refuse;
 using Rule = IgdDnsFilterConfigTab;
 
-std::string read(const fs::path& path) {
-    std::stringstream text;
-    text << std::ifstream(path).rdbuf();
-    return text.str();
-}
-
 int32_t set(Rule request) {
     return igdCmDnsFilterConfigSet(&request, sizeof(request));
 }
@@ -69,7 +63,7 @@ TEST_F(DnsFilterTest, SetSendsTheMergedRuleByteForByte) {
     std::memcpy(&expected[136], request.aucMACAddress, 17);
     expected[160] = 63;
     EXPECT_EQ(recording_platform::take()[0].record, expected);
-    EXPECT_EQ(read(rule_), "ads.example\n");
+    EXPECT_EQ(read_file(rule_), "ads.example\n");
     EXPECT_EQ(stored(), "1 1 ");
 }
 
@@ -110,10 +104,10 @@ TEST_F(DnsFilterTest, HostListIsTakenOverWholeOrNotAtAll) {
         const FullDisk full;
         EXPECT_EQ(set(request), -1);
     }
-    EXPECT_EQ(read(rule_), "old\n");
+    EXPECT_EQ(read_file(rule_), "old\n");
     EXPECT_FALSE(fs::exists(folder_ / ".host_1.appcfgd-new"));
     EXPECT_EQ(set(request), 0);
-    EXPECT_EQ(read(rule_), text);
+    EXPECT_EQ(read_file(rule_), text);
 }
 
 TEST_F(DnsFilterTest, LinksAreNeitherFollowedNorRead) {
@@ -123,9 +117,9 @@ TEST_F(DnsFilterTest, LinksAreNeitherFollowedNorRead) {
     for (const char* name : {"list", ".list.appcfgd-new", "link"})
         fs::create_symlink(folder_ / "victim", folder_ / name);
     EXPECT_EQ(igdCmSecureDnsFilterListReload(), 0);
-    EXPECT_EQ(read(folder_ / "victim"), "precious");
+    EXPECT_EQ(read_file(folder_ / "victim"), "precious");
     EXPECT_EQ(copy_dnsfilter_file((folder_ / "link").c_str(), rule_.c_str()), -1);
-    EXPECT_EQ(read(rule_), "d1\n");
+    EXPECT_EQ(read_file(rule_), "d1\n");
 }
 
 // Anybody may make folders in /tmp.
@@ -137,7 +131,7 @@ TEST_F(DnsFilterTest, FoldersInTheWayOfAListAreMovedAside) {
         fs::create_directories(folder_ / squatter / "kept");
         EXPECT_EQ(igdCmSecureDnsFilterListReload(), 0);
         EXPECT_TRUE(fs::is_regular_file(folder_ / "list")) << squatter;
-        EXPECT_EQ(read(rule_), "d1\n");
+        EXPECT_EQ(read_file(rule_), "d1\n");
     }
     EXPECT_TRUE(fs::is_directory(folder_ / ".list.appcfgd-new" / "kept"));
 }
@@ -163,7 +157,7 @@ TEST_F(DnsFilterTest, RulesAreSwitchedByTheirIndex) {
 TEST_F(DnsFilterTest, FilesAndStartWhenSomethingIsRefused) {
     std::ofstream(list_) << "old\n";
     EXPECT_EQ(igdCmSecureDnsFilterListInit(), 0);
-    EXPECT_EQ(read(list_), "old\n");  // no domains: nothing is touched
+    EXPECT_EQ(read_file(list_), "old\n");  // no domains: nothing is touched
     provision({1}, 1);
     EXPECT_EQ(igdCmSecureDnsFilterListInit(), -1);  // the rule has no host list yet
     {

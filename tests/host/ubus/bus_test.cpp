@@ -1,25 +1,14 @@
 // The bus library and its tool against the real broker, and against an independent client and
 // provider, both in the roles of caller and of called.
 
-#include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <functional>
-#include <iterator>
-#include <string>
-#include <vector>
 
 extern "C" {
 #include <libubox/blobmsg_json.h>
 #include <libubus.h>
 }
+
+#include "support/scratch.h"
 
 namespace {
 
@@ -61,12 +50,10 @@ const ubus_method kMethods[] = {
     UBUS_METHOD_NOARG("silent", stay_silent),
 };
 
-/// Serves until the broker goes, or beyond that with the library's own `lost`; fails with the
-/// status of the object's registration.
-int provide(const char* socket, const char* name, void (*lost)(ubus_context*) = nullptr) {
+/// Serves until the test ends.
+int provide(const char* socket, const char* name) {
     uloop_init();
     ubus_context* context = ubus_connect(socket);
-    if (lost) context->connection_lost = lost;
     ubus_add_uloop(context);
     ubus_object_type type = UBUS_OBJECT_TYPE("tested", kMethods);
     ubus_object object{};
@@ -85,69 +72,28 @@ struct Output {
 };
 
 /// A broker with the objects "ours" and "theirs".
-struct Bus : testing::Test {
-    void SetUp() override {
-        char name[] = "/tmp/ubus_test.XXXXXX";
-        directory_ = mkdtemp(name);
-        socket_ = directory_ / "ubus.sock";
-        broker_ = execute(UBUSD_PATH, "--socket", socket_.c_str());
-        for (int i = 0; i < 100 && tool("list").status != 0; ++i)
-            usleep(20000);
-        provider_ = start([this] {
-            return provide(socket_.c_str(), "ours", [](ubus_context*) { uloop_end(); });
-        });
-        execute(UBUS_CLIENT_PATH, "-s", socket_.c_str(), "serve", "theirs", "echo", "--", "cat");
-        ASSERT_EQ(tool("-t 5 wait_for ours theirs").status, 0);
-    }
-
-    void TearDown() override {
-        for (; !children_.empty(); children_.pop_back()) {
-            kill(children_.back(), SIGKILL);
-            waitpid(children_.back(), nullptr, 0);
-        }
-        std::filesystem::remove_all(directory_);
-    }
-
-    pid_t start(const std::function<int()>& run) {
-        pid_t child = fork();
-        if (child == 0) {
-            prctl(PR_SET_PDEATHSIG, SIGKILL);
-            _exit(run());
-        }
-        children_.push_back(child);
-        return child;
-    }
-
-    template <typename... Words>
-    pid_t execute(const char* program, Words... words) {
-        return start([=] { return execl(program, program, words..., nullptr); });
-    }
-
-    int exit_status(pid_t child) {
-        int status = 0;
-        waitpid(child, &status, 0);
-        std::erase(children_, child);
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    }
-
-    static std::string contents(const std::filesystem::path& file) {
-        std::ifstream stream(file);
-        return {std::istreambuf_iterator<char>(stream), {}};
+struct Bus : ScratchFolderTest {
+    Bus() {
+        broker_ = Child::execute({UBUSD_PATH, "--socket", socket_});
+        EXPECT_TRUE(eventually([this] { return tool("list").status == 0; }));
+        ours_ = Child::run([this] { _exit(provide(socket_.c_str(), "ours")); });
+        theirs_ = Child::execute(
+            {UBUS_CLIENT_PATH, "-s", socket_, "serve", "theirs", "echo", "--", "/bin/cat"});
+        EXPECT_EQ(tool("-t 5 wait_for ours theirs").status, 0);
     }
 
     Output run(const char* program, const std::string& arguments) {
-        std::filesystem::path out = directory_ / "out", error = directory_ / "error";
-        std::string line = program + (" -s " + socket_.string()) + " " + arguments + " >" +
-                           out.string() + " 2>" + error.string();
-        int status = std::system(line.c_str());
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, contents(out), contents(error)};
+        const auto out = directory() / "out", error = directory() / "error";
+        const int status = std::system((program + (" -s " + socket_) + " " + arguments + " >" +
+                                        out.string() + " 2>" + error.string())
+                                           .c_str());
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_file(out), read_file(error)};
     }
     Output tool(const std::string& arguments) { return run(UBUS_TOOL_PATH, arguments); }
     Output foreign_client(const std::string& arguments) { return run(UBUS_CLIENT_PATH, arguments); }
 
-    std::filesystem::path directory_, socket_;
-    pid_t broker_ = 0, provider_ = 0;
-    std::vector<pid_t> children_;
+    const std::string socket_ = directory() / "ubus.sock";
+    Child broker_, ours_, theirs_;
 };
 
 TEST_F(Bus, ToolPrintsWhatTheBusAnswers) {
@@ -194,18 +140,18 @@ TEST_F(Bus, ToolPrintsWhatTheBusAnswers) {
 // A handler's call of its own object cannot be answered while the handler runs: it ends in its
 // timeout, and all that was put aside meanwhile is still served.
 TEST_F(Bus, CallsThatArriveDuringANestedCallAreServedAfterIt) {
-    pid_t blocked = execute(UBUS_TOOL_PATH, "-S", "-s", socket_.c_str(), "call", "ours", "ours");
+    auto blocked = Child::execute({UBUS_TOOL_PATH, "-S", "-s", socket_, "call", "ours", "ours"});
     usleep(200000);
     Output output = foreign_client(R"(-t 5 call ours echo '{"a":1}')");
-    EXPECT_EQ(exit_status(blocked), UBUS_STATUS_TIMEOUT);
+    EXPECT_EQ(WEXITSTATUS(blocked.end()), UBUS_STATUS_TIMEOUT);
     EXPECT_EQ(output.out, "{\"a\":1}\n") << output.error;
 }
 
 // The relay takes and gives the text both as the called one and as the caller.
 TEST_F(Bus, LargeMessagesPassBothWays) {
     const std::string text = R"({"text":")" + std::string(900 * 1024, 'x') + R"("})";
-    std::ofstream(directory_ / "large") << text;
-    Output output = foreign_client("call ours theirs - < " + (directory_ / "large").string());
+    write_file(directory() / "large", text);
+    Output output = foreign_client("call ours theirs - < " + (directory() / "large").string());
     EXPECT_TRUE(output.out == text + "\n") << output.error;
 }
 
