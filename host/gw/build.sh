@@ -72,11 +72,12 @@ make_arm_programs() {
 
 # All but the last link, then libraries for that one to be made against.
 make_vendor() {
-    local main=CMakeFiles/appcfgd.dir/src/main.cpp.o tree="$BUILD/vendor"
+    local main=CMakeFiles/appcfgd.dir/src/main.cpp.o tree="$BUILD/vendor" modules
     native_machine
     configure_preset vendor
     logged build-vendor compile vendor --target appcfgd_modules appcfgd_uci appcfgd_platform "$main" 3>&2
-    make_stand_ins "$tree/stand-ins" "$tree"/*.a "$tree/$main"
+    mapfile -t modules < <(find "$tree/CMakeFiles/appcfgd_modules.dir" -name '*.o')
+    make_stand_ins "$tree/stand-ins" "$tree"/*.a "${modules[@]}" "$tree/$main"
     rm -f "$tree/appcfgd"
     logged link-vendor compile vendor 3>&2
 }

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "base/patience.h"
 #include "core/bounded.h"
 #include "core/field.h"
 
@@ -72,6 +73,7 @@ size_t find_method(std::span<const Method> declarations, const char* name) {
 
 int serve_request(ubus_context* context, ubus_object* object, ubus_request_data* request,
                   const char* name, blob_attr* message) {
+    const base::RequestPatience patience;
     const auto declarations = static_cast<OfferedObject*>(object)->declarations;
     const size_t index = find_method(declarations, name);
     const Method& method = declarations[index];

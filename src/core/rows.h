@@ -2,9 +2,11 @@
 
 #include <bit>
 #include <cstdint>
+#include <utility>
 
 #include "core/mib_chain.h"
 #include "core/table.h"
+#include "vsuci.h"
 
 // The rows of a table, typed by the table: how operations read, find, number and write them. All of
 // it goes through the registry, so that a table which is not served reads as one without rows.
@@ -40,6 +42,23 @@ template <class Row>
 [[nodiscard]] bool delete_row(const TableOf<Row>& table, int32_t position) {
     return mib_chain_delete(table.id, position) != 0;
 }
+
+/// While it lives, changes of rows in the table's package are not written: they become one durable
+/// change, all or nothing, when they are stored. Reads see them. Whoever else opens the package
+/// waits meanwhile: nothing may be asked of the platform in between.
+class RowsTogether {
+  public:
+    explicit RowsTogether(const Table& table) : package_(table.package) { vsuci_hold(package_); }
+    ~RowsTogether() { store(); }
+    RowsTogether(const RowsTogether&) = delete;
+    RowsTogether& operator=(const RowsTogether&) = delete;
+
+    /// False if the package stays as it was before.
+    bool store() { return !package_ || vsuci_release(std::exchange(package_, nullptr)) == 0; }
+
+  private:
+    const char* package_;
+};
 
 /// Reads the rows in order into `row` and asks `stop(row, position)` of each, until it says true.
 /// Rows that cannot be read are passed over. Position of the row it stopped at, -1 if at none;
@@ -101,18 +120,17 @@ Index lowest_free_index(const TableOf<Row>& table, Index Row::*key, Index larges
     return index <= largest ? index : Index{0};
 }
 
-/// Writes the index of every readable row, in table order, into `indexes`, which has room for
-/// `size` bytes. False, with nothing written, if the list has more rows than that.
-template <class Row, class Index>
-[[nodiscard]] bool list_indexes(const TableOf<Row>& table, Index Row::*key, Index* indexes,
-                                uint32_t size) {
-    const Index* const end = indexes + size / sizeof(*indexes);
-    if (count_rows(table) > end - indexes) return false;
+/// Writes `tell(row)` of every readable row, in table order, into `told`, which has room for `size`
+/// bytes. False, with nothing written, if the list has more rows than that.
+template <class Row, class Told, class Tell>
+[[nodiscard]] bool list_rows(const TableOf<Row>& table, Told* told, uint32_t size, Tell tell) {
+    const Told* const end = told + size / sizeof(*told);
+    if (count_rows(table) > end - told) return false;
     Row row;
     // Another program may have added rows since they were counted.
     walk_rows(table, row, [&](const Row& r, int32_t) {
-        if (indexes != end) *indexes++ = r.*key;
-        return indexes == end;
+        if (told != end) *told++ = tell(r);
+        return told == end;
     });
     return true;
 }

@@ -143,10 +143,11 @@ int32_t table_remove(const Table& table, int32_t position) {
 
 bool selected_in_range(const Table& table, const void* request) {
     const uint32_t bitmap = bitmap_of(table, request);
-    for (const Column& column : table.columns)
-        if (selects(bitmap, column) && column.largest != UINT32_MAX &&
-            field::load(request, column.offset, column.size) > column.largest)
-            return false;
+    for (const Column& column : table.columns) {
+        if (!selects(bitmap, column) || !column.has_range()) continue;
+        const uint32_t value = field::load(request, column.offset, column.size);
+        if (value < column.smallest || value > column.largest) return false;
+    }
     return true;
 }
 

@@ -43,8 +43,11 @@ struct Column {
     uint16_t size;
     uint16_t width;  ///< of the stored text, its NUL included
     const TextCodec* codec = nullptr;
+    uint32_t smallest = 0;
     uint32_t largest = UINT32_MAX;
     uint32_t for_zero = 0;  ///< what a number that is 0 is read and written as
+
+    constexpr bool has_range() const { return smallest != 0 || largest != UINT32_MAX; }
 
     /// The one bit of `ulBitmap` by which a request selects the column, as its record names it.
     consteval Column bit(uint32_t mask) const {
@@ -73,7 +76,12 @@ struct Column {
         c.width = characters + 1;
         return c;
     }
-    /// Largest value that a request may select the column with.
+    /// Smallest and largest value that a request may select the column with.
+    consteval Column at_least(uint32_t value) const {
+        Column c = *this;
+        c.smallest = value;
+        return c;
+    }
     consteval Column at_most(uint32_t value) const {
         Column c = *this;
         c.largest = value;

@@ -158,14 +158,13 @@ int32_t igdCmSysmngLoopbackStateGet(IgdSysmngLoopbackStateInfoTab* state, uint32
 
 int32_t igdCmSysmngLoopbackAttrInit() {
     LOOPBACK_LOG(
-        "############ System Management LBDT Attribute Table Init Start ############\t\n\r\n");
+        "############ System Management LBDT Attribute Table Init Start ############\n\r\n");
     Settings settings{};
     static_cast<void>(read_row(loopback_table, 0, settings));
     const int32_t result = igdCmSysmngLoopbackAttrSet(&settings, sizeof(settings));
     if (result != 0)
         LOOPBACK_LOG(
-            "############ System Management LBDT Attribute Table Init Failed ############\t\n\r\n");
-    LOOPBACK_LOG(
-        "############ System Management LBDT Attribute Table Init End ############\t\n\r\n");
+            "############ System Management LBDT Attribute Table Init Failed ############\n\r\n");
+    LOOPBACK_LOG("############ System Management LBDT Attribute Table Init End ############\n\r\n");
     return result;
 }

@@ -10,6 +10,7 @@ PRISTINE = Path("/var/lib/box-pristine")
 COMPATIBLE = Path("/sys/firmware/devicetree/base/compatible")
 # What a run of the daemon leaves behind, other than configuration.
 LEFTOVERS = ["/tmp/cgi_dnsfilter", "/config/work/valueset", "/var/log/box/appcfgd.log", "/run/zu_log"]
+NETFILTER = [("ebtables", "nat"), ("iptables", "mangle"), ("ip6tables", "mangle")]
 
 
 def command(*words, timeout=60, **options):
@@ -48,4 +49,8 @@ def reset():
         else:
             path.unlink(missing_ok=True)
     COMPATIBLE.write_bytes(b"vakor,gateway\0")
+    must("box-board", "router")
+    for tool, table in NETFILTER:
+        must(tool, "-t", table, "-F")
+        must(tool, "-t", table, "-X")
     must("box-service", "start", "platformd")

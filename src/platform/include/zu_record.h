@@ -83,7 +83,7 @@ consteval bool fills_record(std::span<const RecordField> fields, size_t record_s
     size_t next = 0;
     for (const auto& field : fields) {
         if (field.offset != next) return false;
-        if (field.element && field.element->size != field.size) return false;
+        if (field.kind == FieldKind::Group && field.element->size != field.size) return false;
         next += size_t{field.size} * field.count;
     }
     return next == record_size;
@@ -92,7 +92,7 @@ consteval bool fills_record(std::span<const RecordField> fields, size_t record_s
 consteval bool holds_reals(std::span<const RecordField> fields) {
     for (const auto& field : fields) {
         if (field.kind == FieldKind::Real) return true;
-        if (field.element && holds_reals(field.element->fields)) return true;
+        if (field.kind == FieldKind::Group && holds_reals(field.element->fields)) return true;
     }
     return false;
 }

@@ -47,7 +47,7 @@ int32_t append_domains(HostListFile& file) {
     int32_t count = 0;
     Entry entry;
     const int32_t failed = find_row(dns_filter_list_table, entry, [&](const Entry& e) {
-        if (e.aucFilterDomain[0] == '\0') return false;
+        if (e.aucFilterDomain[0] == '\0' || has_line_end(e.aucFilterDomain)) return false;
         ++count;
         return !file.append_domain(e.aucFilterDomain);
     });
@@ -113,9 +113,11 @@ int32_t igdCmSecureDnsFilterListDelAll() {
         SECURITY_LOG("DNS Filter list table is empty !\r\n\r\n");
         return 0;
     }
+    RowsTogether rows(dns_filter_list_table);
     for (int32_t i = total - 1; i >= 0; --i)
         if (!delete_row(dns_filter_list_table, i))
             SECURITY_LOG("mib_chain_delete IGD_SECUR_DNS_FILTER_LIST_TAB fail, i = %d\t\n\r\n", i);
+    rows.store();
     return igdCmSecureDnsFilterListReload();
 }
 

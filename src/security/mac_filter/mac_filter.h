@@ -131,6 +131,10 @@ void mac_filter_restart();
 /// while the filter is on and stays what it was, otherwise all rules go.
 Outcome set_mac_filter(IgdSecMacFiltAttr& request);
 
+/// Deletes all rules that a request could name, the rows in one change and then the platform's
+/// items. False, with nothing changed, if the rows cannot be deleted.
+bool delete_mac_rules();
+
 /// The text by which front ends know that a rule was not deleted.
 inline constexpr const char* kMacListDelFailure = "igdCmSecureMacFilterListDel error";
 

@@ -42,7 +42,7 @@ void disable_rules(const char* operation) {
         rule.ulEnable = 0;
         if (!write_row(mac_filter_list_table, position, rule))
             SECURITY_LOG_AS(operation,
-                            "mib_chain_update IGD_SECUR_MAC_FILTER_LIST_TAB failed !\t\n\r\n");
+                            "mib_chain_update IGD_SECUR_MAC_FILTER_LIST_TAB failed !\r\n\r\n");
     }
 }
 
@@ -50,7 +50,7 @@ void disable_rules(const char* operation) {
 
 int32_t igdCmSecureMacFilterAttrSet(Attr* request, uint32_t size) {
     if (!is_record(request, size)) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
-    SECURITY_LOG("*************entry in igdCmSecureMacFilterAttrSet*************\t\n\r\n");
+    SECURITY_LOG("*************entry in igdCmSecureMacFilterAttrSet*************\n\r\n");
     SECURITY_LOG("ulBitmap(%u), ucMacFilterEnable(%u), ucFilterMode(%u)\t\n\r\n", request->ulBitmap,
                  request->ucMacFilterEnable, request->ucFilterMode);
     if (!selected_in_range(mac_filter_attr_table, *request)) {
@@ -74,8 +74,10 @@ int32_t igdCmSecureMacFilterAttrSet(Attr* request, uint32_t size) {
         SECURITY_LOG("call set_macfilter_glb_mode is fail.\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
+    RowsTogether rows(mac_filter_attr_table);
     if (changed) disable_rules(__func__);
     write_row(mac_filter_attr_table, 0, attr);
+    rows.store();
     return 0;
 }
 
@@ -100,6 +102,6 @@ int32_t igdCmSecureMacFilterAttrInit() {
     const int32_t result = igdCmSecureMacFilterAttrSet(&attr, sizeof(attr));
     if (result != 0)
         SECURITY_LOG(
-            "############ Security MAC Filter Attribute Table Init Failed ############\t\n\r\n");
+            "############ Security MAC Filter Attribute Table Init Failed ############\n\r\n");
     return result;
 }

@@ -1,7 +1,9 @@
+#include <bitset>
+
 #include "core/bounded.h"
 #include "core/log.h"
 #include "core/result.h"
-#include "core/rows.h"
+#include "core/row_queries.h"
 #include "records/mac_filter.h"
 #include "security/mac_filter/mac_filter.h"
 
@@ -96,6 +98,51 @@ RuleText describe(const Rule& rule) {
     return text;
 }
 
+/// Deletes the row that a request means; `rule` becomes what it held, or stays as it is if there is
+/// none.
+int32_t take_out(const Rule& request, Rule& rule, const char* operation) {
+    SECURITY_LOG_AS(operation, "%s\t\n\r\n", describe(request).text);
+    Rule row{};
+    const int32_t position = find_requested(request, row);
+    if (position < 0) {
+        SECURITY_LOG_AS(operation, "ulIndex(%u) not need to delete\t\n\r\n", request.ulIndex);
+        return 0;
+    }
+    if (!delete_row(mac_filter_list_table, position)) {
+        SECURITY_LOG_AS(operation,
+                        "mib_chain_delete IGD_SECUR_MAC_FILTER_LIST_TAB is fail.\t\n\r\n");
+        return IGD_CM_OPERATE_FAIL;
+    }
+    rule = row;
+    return 0;
+}
+
+/// Changes the rule at `position`, which `rule` is, as the request says.
+int32_t change(const Rule& request, Rule& rule, int32_t position, const char* operation) {
+    apply(request, rule);
+    if (write_row(mac_filter_list_table, position, rule)) return 0;
+    SECURITY_LOG_AS(
+        operation,
+        "mib_chain_update IGD_SECUR_MAC_FILTER_LIST_TAB is fail. entry.ulIndex(%u)\t\n\r\n",
+        rule.ulIndex);
+    return IGD_CM_OPERATE_FAIL;
+}
+
+/// Which indexes have been seen. Long lists, made by hand, would take minutes if the row that has
+/// an index were looked for each time.
+class SeenIndexes {
+  public:
+    /// True at the first sight of an index; false, too, for those that are too large to remember.
+    bool is_first(uint32_t index) {
+        if (index >= seen_.size() || seen_[index]) return false;
+        seen_[index] = true;
+        return true;
+    }
+
+  private:
+    std::bitset<65536> seen_;
+};
+
 }  // namespace
 
 int32_t igdCmSecureMacFilterListAdd(Rule* request, uint32_t size) {
@@ -122,19 +169,26 @@ int32_t igdCmSecureMacFilterListAdd(Rule* request, uint32_t size) {
 
 int32_t igdCmSecureMacFilterListDel(Rule* request, uint32_t size) {
     if (!is_record(request, size)) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
-    SECURITY_LOG("%s\t\n\r\n", describe(*request).text);
-    Rule rule;
-    const int32_t position = find_requested(*request, rule);
-    if (position < 0) {
-        SECURITY_LOG("ulIndex(%u) not need to delete\t\n\r\n", request->ulIndex);
-        return 0;
+    Rule rule{};
+    const int32_t result = take_out(*request, rule, __func__);
+    if (result == 0) del_macfilter_item(rule);
+    return result;
+}
+
+bool appcfg::delete_mac_rules() {
+    constexpr const char* kOperation = "igdCmSecureMacFilterListDel";
+    Rule rules[kLargestMacFilterIndex] = {};
+    RowsTogether rows(mac_filter_list_table);
+    for (uint32_t index = 1; index <= kLargestMacFilterIndex; ++index) {
+        Rule request{};
+        request.ulIndex = index;
+        request.ulBitmap = Rule::All;
+        if (take_out(request, rules[index - 1], kOperation) != 0) return false;
     }
-    if (!delete_row(mac_filter_list_table, position)) {
-        SECURITY_LOG("mib_chain_delete IGD_SECUR_MAC_FILTER_LIST_TAB is fail.\t\n\r\n");
-        return IGD_CM_OPERATE_FAIL;
-    }
-    del_macfilter_item(rule);
-    return 0;
+    if (!rows.store()) return false;
+    for (const Rule& rule : rules)
+        del_macfilter_item(rule);
+    return true;
 }
 
 int32_t igdCmSecureMacFilterListSet(Rule* request, uint32_t size) {
@@ -153,14 +207,7 @@ int32_t igdCmSecureMacFilterListSet(Rule* request, uint32_t size) {
         SECURITY_LOG("error: IGD_CM_GLOBAL_INPUT_PARA_ERROR.\t\n\r\n");
         return IGD_CM_OPERATE_FAIL;
     }
-    apply(*request, rule);
-    if (!write_row(mac_filter_list_table, position, rule)) {
-        SECURITY_LOG(
-            "mib_chain_update IGD_SECUR_MAC_FILTER_LIST_TAB is fail. entry.ulIndex(%u)\t\n\r\n",
-            rule.ulIndex);
-        return IGD_CM_OPERATE_FAIL;
-    }
-    return 0;
+    return change(*request, rule, position, __func__);
 }
 
 int32_t igdCmSecureMacFilterListGet(Rule* rule, uint32_t size) {
@@ -172,16 +219,14 @@ int32_t igdCmSecureMacFilterListGet(Rule* rule, uint32_t size) {
 }
 
 int32_t igdCmSecureMacFilterListEntryNumGet(uint32_t* count, uint32_t size) {
-    if (!is_record(count, size)) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
-    *count = static_cast<uint32_t>(count_rows(mac_filter_list_table));
-    SECURITY_LOG("igdCmSecureMacFilterListEntryNumGet: entrynum[%d]\t\n\r\n", *count);
-    return 0;
+    const int32_t result = report_count(mac_filter_list_table, count, size);
+    if (result == 0)
+        SECURITY_LOG("igdCmSecureMacFilterListEntryNumGet: entrynum[%d]\t\n\r\n", *count);
+    return result;
 }
 
 int32_t igdCmSecureMacFilterListGetallIndex(uint32_t* indexes, uint32_t size) {
-    if (!indexes) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
-    const bool listed = list_indexes(mac_filter_list_table, &Rule::ulIndex, indexes, size);
-    return listed ? 0 : IGD_CM_OPERATE_FAIL;
+    return report_indexes(mac_filter_list_table, &Rule::ulIndex, indexes, size);
 }
 
 int32_t igdCmSecureMacFilterListInit() {
@@ -192,15 +237,20 @@ int32_t igdCmSecureMacFilterListInit() {
                      attr.ucMacFilterEnable);
         return 0;
     }
-    const int32_t total = count_rows(mac_filter_list_table);
-    if (total == 0) SECURITY_LOG("MAC Filte list table is empty !\t\n\r\n");
-    for (int32_t position = 0; position < total; ++position) {
-        Rule rule;
-        if (!read_row(mac_filter_list_table, position, rule)) continue;
-        if (rule.macAddress == kNoMac) continue;
-        SECURITY_LOG("ulIndex(%u), macAddress(%s), destMacAddress(%s)\t\n\r\n", rule.ulIndex,
-                     mac_text(rule.macAddress).text, mac_text(rule.destMacAddress).text);
-        igdCmSecureMacFilterListSet(&rule, sizeof(rule));
-    }
+    if (count_rows(mac_filter_list_table) == 0)
+        SECURITY_LOG("MAC Filte list table is empty !\r\n\r\n");
+    SeenIndexes indexes;
+    for_each_row(mac_filter_list_table, [&](Rule& row, int32_t position) {
+        const bool first = indexes.is_first(row.ulIndex);
+        if (row.macAddress == kNoMac) return;
+        SECURITY_LOG_AS("igdCmSecureMacFilterListInit",
+                        "ulIndex(%u), macAddress(%s), destMacAddress(%s)\t\n\r\n", row.ulIndex,
+                        mac_text(row.macAddress).text, mac_text(row.destMacAddress).text);
+        Rule rule = row;
+        if (first && row.ulIndex != 0)
+            change(row, rule, position, "igdCmSecureMacFilterListSet");
+        else
+            igdCmSecureMacFilterListSet(&rule, sizeof(rule));
+    });
     return 0;
 }

@@ -1,22 +1,8 @@
+#include "core/result.h"
 #include "security/mac_filter/mac_filter.h"
 #include "zu_services.h"
 
 using namespace appcfg;
-
-namespace {
-
-Outcome delete_rules() {
-    for (uint32_t index = 1; index <= kLargestMacFilterIndex; ++index) {
-        IgdSecMacFiltList rule{};
-        rule.ulIndex = index;
-        rule.ulBitmap = IgdSecMacFiltList::All;
-        const int32_t code = igdCmSecureMacFilterListDel(&rule, sizeof(rule));
-        if (code != 0) return {code, kMacListDelFailure};
-    }
-    return {};
-}
-
-}  // namespace
 
 Outcome appcfg::set_mac_filter(IgdSecMacFiltAttr& request) {
     IgdSecMacFiltAttr before{};
@@ -26,7 +12,8 @@ Outcome appcfg::set_mac_filter(IgdSecMacFiltAttr& request) {
         return {code, "igdCmSecureMacFilterAttrSet error"};
     const bool same = before.ucMacFilterEnable == request.ucMacFilterEnable &&
                       before.ucFilterMode == request.ucFilterMode;
-    return same && request.ucMacFilterEnable != 0 ? Outcome{} : delete_rules();
+    if (same && request.ucMacFilterEnable != 0) return {};
+    return delete_mac_rules() ? Outcome{} : Outcome{IGD_CM_OPERATE_FAIL, kMacListDelFailure};
 }
 
 int32_t igdCmMacFilterModuleInit() {

@@ -7,31 +7,45 @@ namespace {
 
 using Rule = IgdSecurUrlFilterFamilyListAttrConfTab;
 
-/// Deletes one rule of a group, its row even if the platform keeps its address.
-int32_t delete_group_rule(const Rule& rule, int32_t position, const char* operation) {
-    int32_t result = 0;
+/// Has the platform forget a rule's address; false if it refuses.
+bool delete_address(const Rule& rule, int32_t position, const char* operation) {
     SECURITY_LOG_AS(operation,
                     "Found family group %d rule at index %d, URL: [%s], MAC: [%s]\t\n\r\n",
                     rule.family_group, position, rule.aucFilterUrl, rule.aucMacAddress);
-    if (has_url(rule)) {
-        SECURITY_LOG_AS(operation,
-                        "zu_sal_sec_url_address_delete [%s] for family group %d.\t\n\r\n",
-                        rule.aucFilterUrl, rule.family_group);
-        if (call_platform(platform::kUrlAddressDelete, rule) != 0) {
-            SECURITY_LOG_AS(operation, "call zu_sal_sec_url_address_delete is fail.\t\n\r\n");
-            result = IGD_CM_OPERATE_FAIL;
-        }
+    if (!has_url(rule)) return true;
+    SECURITY_LOG_AS(operation, "zu_sal_sec_url_address_delete [%s] for family group %d.\t\n\r\n",
+                    rule.aucFilterUrl, rule.family_group);
+    if (call_platform(kUrlAddressDelete, rule) == 0) return true;
+    SECURITY_LOG_AS(operation, "call zu_sal_sec_url_address_delete is fail.\t\n\r\n");
+    return false;
+}
+
+/// Deletes a rule's row, even if the platform keeps its address.
+bool delete_group_row(int32_t group, int32_t position, const char* operation) {
+    if (delete_row(url_filter_family_list_table, position)) {
+        SECURITY_LOG_AS(operation, "Successfully deleted family group %d rule at index %d\t\n\r\n",
+                        group, position);
+        return true;
     }
-    if (!delete_row(url_filter_family_list_table, position)) {
-        SECURITY_LOG_AS(operation,
-                        "mib_chain_delete IGD_SECUR_URL_FILTER_FAMILY_LIST_TAB failed at index "
-                        "%d.\t\n\r\n",
-                        position);
-        return IGD_CM_OPERATE_FAIL;
+    SECURITY_LOG_AS(operation,
+                    "mib_chain_delete IGD_SECUR_URL_FILTER_FAMILY_LIST_TAB failed at index "
+                    "%d.\t\n\r\n",
+                    position);
+    return false;
+}
+
+/// Calls `each(rule, position)` for the rules of a group, from the end of the list, so that a
+/// deleted row moves none that is still to be looked at. False if one of the calls was.
+template <class Each>
+bool for_each_of_group(int32_t group, Each each) {
+    bool all = true;
+    for (int32_t position = count_rows(url_filter_family_list_table) - 1; position >= 0;
+         --position) {
+        Rule rule;
+        if (read_row(url_filter_family_list_table, position, rule) && rule.family_group == group)
+            all = each(rule, position) && all;
     }
-    SECURITY_LOG_AS(operation, "Successfully deleted family group %d rule at index %d\t\n\r\n",
-                    rule.family_group, position);
-    return result;
+    return all;
 }
 
 }  // namespace
@@ -53,25 +67,27 @@ int32_t igdCmSecureUrlFilterFamilyListDel(Rule* request, uint32_t size) {
 
 int32_t igdCmSecureUrlFilterFamilyGroupAllDel(Rule* request, uint32_t size) {
     if (!is_record(request, size)) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
+    const char* const operation = __func__;
     const int32_t group = request->family_group;
-    const int32_t total = count_rows(url_filter_family_list_table);
-    SECURITY_LOG("lTotalNum = %d\t\n\r\n", total);
-    int32_t result = 0;
+    SECURITY_LOG("lTotalNum = %d\t\n\r\n", count_rows(url_filter_family_list_table));
     bool found = false;
-    // From the end, so that a deleted row moves none that is still to be looked at.
-    for (int32_t position = total - 1; position >= 0; --position) {
-        Rule rule;
-        if (!read_row(url_filter_family_list_table, position, rule) || rule.family_group != group)
-            continue;
+    bool done = for_each_of_group(group, [&](const Rule& rule, int32_t position) {
         found = true;
-        if (delete_group_rule(rule, position, __func__) != 0) result = IGD_CM_OPERATE_FAIL;
-    }
+        return delete_address(rule, position, operation);
+    });
     if (!found) {
         SECURITY_LOG("No rules found for family group %d\t\n\r\n", group);
         return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
     }
+    RowsTogether rows(url_filter_family_list_table);
+    done = for_each_of_group(group,
+                             [&](const Rule&, int32_t position) {
+                                 return delete_group_row(group, position, operation);
+                             }) &&
+           done;
+    done = rows.store() && done;
     SECURITY_LOG("Successfully deleted all rules for family group %d\t\n\r\n", group);
-    return result;
+    return done ? 0 : IGD_CM_OPERATE_FAIL;
 }
 
 int32_t igdCmSecureUrlFilterFamilyListGet(Rule* request, uint32_t size) {

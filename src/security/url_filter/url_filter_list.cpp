@@ -1,3 +1,4 @@
+#include "core/row_queries.h"
 #include "security/url_filter/url_filter_rules.h"
 
 using namespace appcfg;
@@ -85,18 +86,13 @@ int32_t igdCmSecureUrlFilterListGet(Rule* request, uint32_t size) {
 }
 
 int32_t igdCmSecureUrlFilterListEntryNumGet(uint32_t* count, uint32_t size) {
-    if (!is_record(count, size)) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
-    *count = static_cast<uint32_t>(count_rows(url_filter_list_table));
-    return 0;
+    return report_count(url_filter_list_table, count, size);
 }
 
 int32_t igdCmSecureUrlFilterListGetallIndex(uint32_t* indexes, uint32_t size) {
-    if (!indexes) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
-    if (!list_indexes(url_filter_list_table, &Rule::ulIndex, indexes, size)) {
-        SECURITY_LOG("Fail: IGD_CM_OPERATE_Fail.\t\n\r\n");
-        return IGD_CM_OPERATE_FAIL;
-    }
-    return 0;
+    const int32_t result = report_indexes(url_filter_list_table, &Rule::ulIndex, indexes, size);
+    if (result == IGD_CM_OPERATE_FAIL) SECURITY_LOG("Fail: IGD_CM_OPERATE_Fail.\t\n\r\n");
+    return result;
 }
 
 int32_t igdCmSecureUrlFilterListInit() {

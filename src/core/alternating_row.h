@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstring>
+
+#include "core/rows.h"
+
+namespace appcfg {
+
+/// A stored row in the middle of its change: services that look at the package while they are told
+/// of the change must find the old row there at some calls, the new one at others.
+template <class Row>
+class AlternatingRow {
+  public:
+    /// The row at `position` is stored as `before`.
+    AlternatingRow(const TableOf<Row>& table, int32_t position, const Row& before,
+                   const Row& after)
+        : table_(table),
+          position_(position),
+          before_(before),
+          after_(after),
+          same_(std::memcmp(&before, &after, sizeof(Row)) == 0) {}
+
+    /// Rows that are the same are never written; false if the row could not be.
+    bool show_before() { return show(false); }
+    bool show_after() { return show(true); }
+
+  private:
+    bool show(bool after) {
+        if (same_ || after == shows_after_) return true;
+        if (!write_row(table_, position_, after ? after_ : before_)) return false;
+        shows_after_ = after;
+        return true;
+    }
+
+    const TableOf<Row>& table_;
+    const int32_t position_;
+    const Row before_;
+    const Row after_;
+    const bool same_;
+    bool shows_after_ = false;
+};
+
+}  // namespace appcfg

@@ -1,0 +1,103 @@
+#include "platform/include/records/netif.h"
+
+#include <cstring>
+#include <iterator>
+#include <map>
+
+#include "platform/linux/platformd/service.h"
+#include "platform/linux/record_text.h"
+
+namespace platform::platformd::netif {
+
+constexpr size_t kMaxInterfaces = 64;
+
+/// What `if_flag` says of interfaces that somebody has declared; those that the gateway knows from
+/// the factory have 0.
+constexpr uint32_t kDeclared = 1;
+
+/// By `if_type`.
+constexpr const char* kTypes[] = {"none", "ethernet", "fibre", "radio24", "radio58"};
+
+using Interfaces = std::map<std::string, ifinfo>;
+
+/// From the factory an Ethernet port leads to the provider.
+Interfaces known_from_the_factory() {
+    return {{"wan0",
+             {.if_name = "wan0",
+              .if_role = kInterfaceWanRoot,
+              .if_flag = 0,
+              .reserved40 = 0,
+              .if_type = kInterfaceEthernet,
+              .reserved45 = 0,
+              .if_port = 0,
+              .alport = kWanPort,
+              .reserved52 = 0}}};
+}
+
+Interfaces g_interfaces = known_from_the_factory();
+
+std::string name_of(const ifinfo& interface) {
+    return {interface.if_name, strnlen(interface.if_name, sizeof(interface.if_name))};
+}
+
+// One without a type has a name and nothing else yet.
+bool is_interface(const ifinfo& interface) {
+    const auto length = name_of(interface).size();
+    if (length == 0 || length == sizeof(interface.if_name)) return false;
+    if (interface.if_type >= std::size(kTypes)) return false;
+    return interface.if_role == kInterfaceLan || interface.if_role == kInterfacePon ||
+           interface.if_role == kInterfaceWanRoot;
+}
+
+int32_t add(ifinfo& interface) {
+    if (!is_interface(interface) || g_interfaces.size() == kMaxInterfaces) return -1;
+    auto declared = interface;
+    declared.if_flag = kDeclared;
+    return g_interfaces.emplace(name_of(interface), declared).second ? 0 : -1;
+}
+
+int32_t del(ifinfo& interface) {
+    return g_interfaces.erase(name_of(interface)) > 0 ? 0 : -1;
+}
+
+// Names decide when several stand for one port.
+int32_t find_by_port(ifinfo& interface) {
+    if (interface.alport == 0) return -1;
+    for (const auto& [name, known] : g_interfaces) {
+        if (known.alport != interface.alport || known.if_type != interface.if_type) continue;
+        interface = known;
+        return 0;
+    }
+    return -1;
+}
+
+// What was learnt comes back with the host's next frame, so nothing is left to show.
+int32_t learnt_flush(st_lrn_flush& flush) {
+    return flush.kind == kLearntFromHost ? 0 : -1;
+}
+
+const char* role_name(uint32_t role) {
+    if (role == kInterfaceLan) return "lan";
+    return role == kInterfacePon ? "pon" : "wan_root";
+}
+
+void print(std::string& out) {
+    for (const auto& [name, known] : g_interfaces) {
+        std::string quoted;
+        append_quoted(quoted, name);
+        state_line(out, "interface %s role=%s type=%s port=%u alport=0x%x declared=%u",
+                   quoted.c_str(), role_name(known.if_role), kTypes[known.if_type], known.if_port,
+                   known.alport, known.if_flag);
+    }
+}
+
+constexpr ServiceCall kCalls[] = {
+    service_call<add>(kInterfaceAdd),
+    service_call<del>(kInterfaceDel),
+    service_call<find_by_port>(kInterfaceFindByPort),
+    service_call<learnt_flush>(kLearntFlush),
+};
+
+ServiceRegistration g_registration({.name = "netif", .calls = kCalls, .print = print});
+
+}  // namespace platform::platformd::netif
