@@ -6,6 +6,7 @@
 #include "core/daemon.h"
 #include "core/mib_chain.h"
 #include "netapp/loopback.h"
+#include "qos/qos.h"
 #include "security/dns_filter/dns_filter.h"
 #include "security/ip_filter/ip_filter.h"
 #include "security/mac_filter/mac_filter.h"
@@ -45,6 +46,9 @@ int main(int argc, char** argv) {
         mib_chain_clear,
         zu_sec_wlan_isolation_init,
 
+        // Its stored configuration is played when a front end says so: it has to wait for the WAN.
+        qos::register_tables,
+
         register_dns_filter_tables,
         zu_sec_dnsfilter_init,
         igdCmDnsFilterConfigInit,
@@ -68,6 +72,7 @@ int main(int argc, char** argv) {
         mgmt_port_flow_init,
     };
     const PublishedObject kObjects[] = {
+        {qos::bus_object()},
         {dns_filter_bus_object()}, {ip_filter_bus_object()},  {url_filter_bus_object()},
         {loopback_bus_object()},   {mac_filter_bus_object()}, {uplink_bus_object(), true},
     };

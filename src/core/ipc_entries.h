@@ -6,6 +6,7 @@
 
 #include "base/linkage.h"
 #include "core/method.h"
+#include "core/table.h"
 #include "zu_ipc.h"
 
 // Operations that other processes of the platform call by name, with the operation's own record.
@@ -23,6 +24,18 @@ consteval zu_owal_ipc_entry ipc_entry(const char* name) {
     using Record = detail::RecordOf<Operation>;
     return {name, [](void* record, uint32_t size) -> int32_t {
                 if (!record || size != sizeof(Record)) return kWrongRecord;
+                return Operation(static_cast<Record*>(record), sizeof(Record));
+            }};
+}
+
+/// The same for a row of `Rows` with texts, which are ended within their members first.
+template <auto Operation, const auto& Rows>
+consteval zu_owal_ipc_entry ipc_text_entry(const char* name) {
+    static_assert(base::has_global_name<Operation>());
+    using Record = detail::RecordOf<Operation>;
+    return {name, [](void* record, uint32_t size) -> int32_t {
+                if (!record || size != sizeof(Record)) return kWrongRecord;
+                end_texts(Rows, record);
                 return Operation(static_cast<Record*>(record), sizeof(Record));
             }};
 }

@@ -141,6 +141,12 @@ int32_t table_remove(const Table& table, int32_t position) {
     return 1;
 }
 
+void end_texts(const Table& table, void* record) {
+    for (const Column& column : table.columns)
+        if (column.kind == ColumnKind::Text)
+            static_cast<char*>(member_of(record, column))[column.size - 1] = '\0';
+}
+
 bool selected_in_range(const Table& table, const void* request) {
     const uint32_t bitmap = bitmap_of(table, request);
     for (const Column& column : table.columns) {

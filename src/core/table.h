@@ -206,6 +206,9 @@ int32_t table_update(const Table& table, const void* record, int32_t position);
 int32_t table_add(const Table& table, const void* record);
 int32_t table_remove(const Table& table, int32_t position);
 
+/// Ends every text of a record within its member: one that comes from another process may fill it.
+void end_texts(const Table& table, void* record);
+
 /// True if every column that `request` selects is within its range.
 [[nodiscard]] bool selected_in_range(const Table& table, const void* request);
 

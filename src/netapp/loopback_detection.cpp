@@ -16,12 +16,6 @@ namespace {
 
 using Settings = IgdSysmngLoopdetectAttrConfTab;
 
-/// A text that fills its member has no end of its own.
-template <size_t Size>
-void terminate(char (&text)[Size]) {
-    text[Size - 1] = '\0';
-}
-
 /// The number ends where the piece does, at a comma at the latest.
 uint32_t vlan_of(std::string_view piece) {
     if (piece == "untagged") return 0;
@@ -103,8 +97,7 @@ int32_t start_ports(const char* operation, const Settings& settings) {
 
 int32_t igdCmSysmngLoopbackAttrSet(Settings* request, uint32_t size) {
     if (!is_record(request, size)) return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
-    terminate(request->aucVlanTag);
-    terminate(request->aucLoopEthType);
+    end_texts(loopback_table, request);
     LOOPBACK_LOG("ucLoopbackEnable [%d].\t\n\r\n", request->ucLoopbackEnable);
     LOOPBACK_LOG("ucLoopExistPeriod [%d].\t\n\r\n", request->ucLoopExistPeriod);
     LOOPBACK_LOG("ucLoopCancelPeriod [%d].\t\n\r\n", request->ucLoopCancelPeriod);

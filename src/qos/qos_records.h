@@ -5,9 +5,9 @@
 
 #include "core/table.h"
 
-// The rows of QoS, which are also the records of its operations: front ends reach them over the bus,
-// other processes hand them in as they are (docs/ipc_entries.md), so that their layout is fixed.
-// The first word of the upstream's records is reserved and 0.
+// The rows of QoS, which are also the records of its operations: front ends reach them over the
+// bus, other processes hand them in as they are (docs/ipc_entries.md), so that their layout is
+// fixed. The first word of the upstream's records is reserved and 0.
 
 /// The upstream's switch and what the rest of it depends on, one row at position 0.
 struct IgdQosBasicAttrConfTab {
@@ -143,15 +143,64 @@ struct IgdQosFlowLimitAttrConfTab {
     uint8_t ucUpLimitMode;  ///< 0 none, 1 ports, 2 VLANs, 3 ranges of addresses
     uint8_t ucDownLimitMode;
     uint8_t aucReserved[2];
-    char aucUpLanLimit[128];    ///< "LAN1/100,SSID2/50"
+    char aucUpLanLimit[128];  ///< "LAN1/100,SSID2/50"
     char aucDownLanLimit[128];
-    char aucUpVlanLimit[128];   ///< "100/20,200/5"
+    char aucUpVlanLimit[128];  ///< "100/20,200/5"
     char aucDownVlanLimit[128];
-    char aucUpIpLimit[128];     ///< "192.168.1.10-192.168.1.20/100"
+    char aucUpIpLimit[128];  ///< "192.168.1.10-192.168.1.20/100"
     char aucDownIpLimit[128];
     uint32_t ulBitmap;
 };
 static_assert(sizeof(IgdQosFlowLimitAttrConfTab) == 780);
+
+/// A ready-made rule, which a gateway comes with: what traffic it is for, which queue that goes
+/// into and how it is marked. An empty text matches everything.
+struct IgdQosItemAttrConfTab {
+    /// Bits of `ulBitmap`.
+    enum : uint32_t {
+        Name = 1u << 0,
+        Priority = 1u << 1,
+        Dscp = 1u << 2,
+        Vlan8021p = 1u << 3,
+        Protocol = 1u << 4,
+        SrcIp = 1u << 5,
+        SrcMask = 1u << 6,
+        SrcPort = 1u << 7,
+        DstIp = 1u << 8,
+        DstMask = 1u << 9,
+        DstPort = 1u << 10,
+        SrcMac = 1u << 11,
+        DstMac = 1u << 12,
+        All = (1u << 13) - 1,
+    };
+
+    uint32_t ulReserved;
+    uint32_t index;  ///< 1 to 16
+    char name[32];
+    uint32_t priority;   ///< 0 to 8, its queue
+    uint32_t dscp;       ///< 0 to 63, written into packets while QoS marks them
+    uint32_t vlan8021p;  ///< 0 to 7, likewise
+    char protocol[32];
+    char srcIp[48];
+    char srcMask[48];
+    char srcPort[8];
+    char dstIp[48];
+    char dstMask[48];
+    char dstPort[8];
+    char srcMac[20];
+    char dstMac[20];
+    uint32_t ulBitmap;
+};
+static_assert(sizeof(IgdQosItemAttrConfTab) == 336);
+
+/// How fast an interface is, which a gateway comes with, too.
+struct IgdInterfaceSpeedAttrCfgTab {
+    uint32_t ulReserved;
+    char aucInterfaceName[64];
+    uint32_t ulUpSpeed;  ///< the platform's unit
+    uint32_t ulDownSpeed;
+};
+static_assert(sizeof(IgdInterfaceSpeedAttrCfgTab) == 76);
 
 /// The downlink's switch and what the rest of it depends on, one row at position 0.
 struct IgdDownlinkQosBasicAttrTab {
@@ -203,6 +252,8 @@ inline constexpr uint32_t IGD_DOWNLINK_QOS_CLF_ATTR_TAB = 541;
 inline constexpr uint32_t IGD_DOWNLINK_QOS_CLF_TYPE_ATTR_TAB = 542;
 inline constexpr uint32_t IGD_DOWNLINK_QOS_QUEUE_ATTR_TAB = 543;
 inline constexpr uint32_t IGD_QOS_FLOW_LIMIT_ATTR_TAB = 545;
+inline constexpr uint32_t IGD_QOS_ITEM_ATTR_TAB = 547;
+inline constexpr uint32_t IGD_INTERFACE_SPEED_ATTR_CFG_TAB = 548;
 inline constexpr uint32_t IGD_LAN_HOSTS_NAME_ATTR_TAB = 439;
 inline constexpr uint32_t IGD_SMART_QOS_UPSTREAM_PROFILE_TAB = 802;
 inline constexpr uint32_t IGD_SMART_QOS_DOWNSTREAM_PROFILE_TAB = 803;
@@ -215,6 +266,8 @@ using ClfType = IgdQosClfTypeAttrConfTab;
 using Queue = IgdQosQueueAttrConfTab;
 using App = IgdQosAppAttrConfTab;
 using FlowLimit = IgdQosFlowLimitAttrConfTab;
+using Item = IgdQosItemAttrConfTab;
+using InterfaceSpeed = IgdInterfaceSpeedAttrCfgTab;
 using DownlinkBasic = IgdDownlinkQosBasicAttrTab;
 using SmartProfile = IgdSmartQosProfileTab;
 using LanHost = IgdLanHostsNameAttrTab;
@@ -229,6 +282,7 @@ inline constexpr uint8_t kQueues = 8;
 inline constexpr uint8_t kMostClassifications = 8;
 inline constexpr uint8_t kMostTypes = 4;  ///< of one classification
 inline constexpr uint8_t kMostApps = 8;
+inline constexpr uint32_t kMostItems = 16;
 
 extern const TableOf<Basic> basic_table;
 extern const TableOf<Clf> clf_table;
@@ -240,6 +294,8 @@ extern const TableOf<Clf> downlink_clf_table;
 extern const TableOf<ClfType> downlink_clf_type_table;
 extern const TableOf<Queue> downlink_queue_table;
 extern const TableOf<FlowLimit> flow_limit_table;
+extern const TableOf<Item> item_table;
+extern const TableOf<InterfaceSpeed> interface_speed_table;
 extern const TableOf<SmartProfile> smart_upstream_table;
 extern const TableOf<SmartProfile> smart_downstream_table;
 extern const TableOf<LanHost> lan_host_table;

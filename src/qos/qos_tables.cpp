@@ -6,6 +6,8 @@ namespace appcfg::qos {
 namespace {
 
 constexpr char kPackage[] = "app_qos";
+/// What a gateway comes with and no method changes.
+constexpr char kProvisionPackage[] = "qos_provision";
 constexpr uint32_t kTcpSessions = 61000;
 
 constexpr Column kBasicColumns[] = {
@@ -80,6 +82,31 @@ constexpr Column kFlowLimitColumns[] = {
     COLUMN(FlowLimit, aucDownIpLimit).keeps(kStoredLimit),
 };
 
+constexpr Column kItemColumns[] = {
+    COLUMN(Item, ulReserved).unstored(),
+    COLUMN(Item, index),
+    COLUMN(Item, name).bit(Item::Name),
+    COLUMN(Item, priority).bit(Item::Priority).at_most(kQueues),
+    COLUMN(Item, dscp).bit(Item::Dscp).at_most(63),
+    COLUMN(Item, vlan8021p).bit(Item::Vlan8021p).at_most(7),
+    COLUMN(Item, protocol).bit(Item::Protocol),
+    COLUMN(Item, srcIp).bit(Item::SrcIp),
+    COLUMN(Item, srcMask).bit(Item::SrcMask),
+    COLUMN(Item, srcPort).bit(Item::SrcPort),
+    COLUMN(Item, dstIp).bit(Item::DstIp),
+    COLUMN(Item, dstMask).bit(Item::DstMask),
+    COLUMN(Item, dstPort).bit(Item::DstPort),
+    COLUMN(Item, srcMac).bit(Item::SrcMac),
+    COLUMN(Item, dstMac).bit(Item::DstMac),
+};
+
+constexpr Column kInterfaceSpeedColumns[] = {
+    COLUMN(InterfaceSpeed, ulReserved).unstored(),
+    COLUMN(InterfaceSpeed, aucInterfaceName),
+    COLUMN(InterfaceSpeed, ulUpSpeed),
+    COLUMN(InterfaceSpeed, ulDownSpeed),
+};
+
 constexpr Column kDownlinkBasicColumns[] = {
     COLUMN(DownlinkBasic, ulReserved).unstored(),
     COLUMN(DownlinkBasic, qos_enable).bit(DownlinkBasic::Enable).at_most(1),
@@ -106,15 +133,15 @@ constexpr Column kLanHostColumns[] = {
 constexpr TableOf<Basic> basic_table = make_table<Basic>(
     IGD_QOS_BASIC_ATTR_TAB, kPackage, "IGD_QOS_BASIC_ATTR_TAB", kBasicColumns, Basic::All);
 
-constexpr TableOf<Clf> clf_table = make_table<Clf>(
-    IGD_QOS_CLF_ATTR_TAB, kPackage, "IGD_QOS_CLF_ATTR_TAB", kClfColumns, Clf::All);
+constexpr TableOf<Clf> clf_table =
+    make_table<Clf>(IGD_QOS_CLF_ATTR_TAB, kPackage, "IGD_QOS_CLF_ATTR_TAB", kClfColumns, Clf::All);
 
 constexpr TableOf<ClfType> clf_type_table =
     make_table<ClfType>(IGD_QOS_CLF_TYPE_ATTR_TAB, kPackage, "IGD_QOS_CLF_TYPE_ATTR_TAB",
                         kClfTypeColumns, ClfType::All);
 
-constexpr TableOf<App> app_table = make_table<App>(
-    IGD_QOS_APP_ATTR_TAB, kPackage, "IGD_QOS_APP_ATTR_TAB", kAppColumns, App::All);
+constexpr TableOf<App> app_table =
+    make_table<App>(IGD_QOS_APP_ATTR_TAB, kPackage, "IGD_QOS_APP_ATTR_TAB", kAppColumns, App::All);
 
 constexpr TableOf<Queue> queue_table = make_table<Queue>(
     IGD_QOS_QUEUE_ATTR_TAB, kPackage, "IGD_QOS_QUEUE_ATTR_TAB", kQueueColumns, Queue::All);
@@ -123,13 +150,21 @@ constexpr TableOf<FlowLimit> flow_limit_table =
     make_table<FlowLimit>(IGD_QOS_FLOW_LIMIT_ATTR_TAB, kPackage, "IGD_QOS_FLOW_LIMIT_ATTR_TAB",
                           kFlowLimitColumns, FlowLimit::All);
 
+constexpr TableOf<Item> item_table = make_table<Item>(
+    IGD_QOS_ITEM_ATTR_TAB, kProvisionPackage, "IGD_QOS_ITEM_ATTR_TAB", kItemColumns, Item::All);
+
+constexpr TableOf<InterfaceSpeed> interface_speed_table =
+    make_table<InterfaceSpeed>(IGD_INTERFACE_SPEED_ATTR_CFG_TAB, kProvisionPackage,
+                               "IGD_INTERFACE_SPEED_ATTR_CFG_TAB", kInterfaceSpeedColumns);
+
 constexpr TableOf<DownlinkBasic> downlink_basic_table = make_table<DownlinkBasic>(
     IGD_DOWNLINK_QOS_BASIC_ATTR_TAB, kPackage, "IGD_DOWNLINK_QOS_BASIC_ATTR_TAB",
     kDownlinkBasicColumns, DownlinkBasic::All);
 
 // Rows of the downlink are those of the upstream, in sections of their own.
-constexpr TableOf<Clf> downlink_clf_table = make_table<Clf>(
-    IGD_DOWNLINK_QOS_CLF_ATTR_TAB, kPackage, "IGD_DOWNLINK_QOS_CLF_ATTR_TAB", kClfColumns, Clf::All);
+constexpr TableOf<Clf> downlink_clf_table =
+    make_table<Clf>(IGD_DOWNLINK_QOS_CLF_ATTR_TAB, kPackage, "IGD_DOWNLINK_QOS_CLF_ATTR_TAB",
+                    kClfColumns, Clf::All);
 
 constexpr TableOf<ClfType> downlink_clf_type_table =
     make_table<ClfType>(IGD_DOWNLINK_QOS_CLF_TYPE_ATTR_TAB, kPackage,
@@ -139,13 +174,13 @@ constexpr TableOf<Queue> downlink_queue_table =
     make_table<Queue>(IGD_DOWNLINK_QOS_QUEUE_ATTR_TAB, kPackage, "IGD_DOWNLINK_QOS_QUEUE_ATTR_TAB",
                       kQueueColumns, Queue::All);
 
-constexpr TableOf<SmartProfile> smart_upstream_table = make_table<SmartProfile>(
-    IGD_SMART_QOS_UPSTREAM_PROFILE_TAB, kPackage, "IGD_SMART_QOS_UPSTREAM_PROFILE_TAB",
-    kSmartProfileColumns);
+constexpr TableOf<SmartProfile> smart_upstream_table =
+    make_table<SmartProfile>(IGD_SMART_QOS_UPSTREAM_PROFILE_TAB, kPackage,
+                             "IGD_SMART_QOS_UPSTREAM_PROFILE_TAB", kSmartProfileColumns);
 
-constexpr TableOf<SmartProfile> smart_downstream_table = make_table<SmartProfile>(
-    IGD_SMART_QOS_DOWNSTREAM_PROFILE_TAB, kPackage, "IGD_SMART_QOS_DOWNSTREAM_PROFILE_TAB",
-    kSmartProfileColumns);
+constexpr TableOf<SmartProfile> smart_downstream_table =
+    make_table<SmartProfile>(IGD_SMART_QOS_DOWNSTREAM_PROFILE_TAB, kPackage,
+                             "IGD_SMART_QOS_DOWNSTREAM_PROFILE_TAB", kSmartProfileColumns);
 
 constexpr TableOf<LanHost> lan_host_table = make_table<LanHost>(
     IGD_LAN_HOSTS_NAME_ATTR_TAB, kPackage, "IGD_LAN_HOSTS_NAME_ATTR_TAB", kLanHostColumns);
@@ -167,8 +202,8 @@ int32_t register_tables() {
         list_table<downlink_queue_table>,
         unserved_table(544),
         unserved_table(546),
-        unserved_table(547),
-        unserved_table(548),
+        list_table<item_table>,
+        list_table<interface_speed_table>,
     };
     if (mib_chain_register(kDescriptors, std::size(kDescriptors)) != 0) return -1;
     return register_settings();

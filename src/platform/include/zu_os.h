@@ -20,4 +20,8 @@ int32_t zu_os_strtol(const char* text, char** end, int32_t base);
 
 /// Parses "aa:bb:cc:dd:ee:ff" (either case) into six bytes. 0, or -1 with `mac` untouched.
 int32_t zu_mac_pton(const char* text, uint8_t mac[6]);
+
+/// Writes the platform's own name of the interface that the configuration calls `name` into `size`
+/// bytes. 0, or -1 with nothing written if there can be no such interface or the name does not fit.
+int32_t igd_cm_interface_name_to_interface_name(const char* name, char* mapped, uint32_t size);
 }

@@ -2,7 +2,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <string_view>
 
+#include "base/names.h"
 #include "platform/include/zu_os.h"
 
 namespace {
@@ -44,5 +46,14 @@ extern "C" int32_t zu_mac_pton(const char* text, uint8_t mac[6]) {
         parsed[i] = static_cast<uint8_t>(high * 16 + low);
     }
     memcpy(mac, parsed, sizeof(parsed));
+    return 0;
+}
+
+// Interfaces are configured by the names that the kernel gives them.
+extern "C" int32_t igd_cm_interface_name_to_interface_name(const char* name, char* mapped,
+                                                           uint32_t size) {
+    const std::string_view known = or_empty(name);
+    if (!base::is_interface_name(known) || known.size() >= size) return -1;
+    mapped[known.copy(mapped, known.size())] = '\0';
     return 0;
 }

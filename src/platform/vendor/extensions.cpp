@@ -1,5 +1,9 @@
+#include <string_view>
+
+#include "base/names.h"
 #include "platform/include/vsuci.h"
 #include "platform/include/zu_ipc.h"
+#include "platform/include/zu_os.h"
 
 // What this repository's own platform adds to the interface and a vendor's libraries lack: there
 // every configuration call stands for itself, and registered entries are answered without further
@@ -18,6 +22,12 @@ int32_t zu_owal_ipc_append(const void*, uint32_t) {
     return 0;
 }
 int32_t zu_owal_ipc_serve() {
+    return 0;
+}
+int32_t igd_cm_interface_name_to_interface_name(const char* name, char* mapped, uint32_t size) {
+    const std::string_view known = name ? name : "";
+    if (!base::is_interface_name(known) || known.size() >= size) return -1;
+    mapped[known.copy(mapped, known.size())] = '\0';
     return 0;
 }
 }

@@ -12,27 +12,29 @@ enum class Refused { Add, Delete, DeleteBeforeAdd, AddAfterDelete };
 
 /// Distributes every type of a direction anew after a change of its basic row: deletes with the old
 /// settings, adds with the new, `row` showing those that count at each call. `plan_before` decides,
-/// unless the change itself concerns the plan, which flows are steered by priority. Refusals go to
-/// `refused(kind, result)` and stop nothing; `none()` is called for every type that an
-/// Action::None leaves alone.
-template <class Row, class OnRefusal, class OnNone>
+/// unless the change itself concerns the plan, which flows are steered by priority. `report` is told,
+/// for the log, of every type's queue and steering (`queue`), of refusals, which stop nothing
+/// (`refused`), and of every type that an Action::None leaves alone (`nothing`).
+template <class Row, class Report>
 void reapply_types(const Direction& direction, Action action, uint32_t plan_before,
                    bool plan_changed, AlternatingRow<Row>& row, const char* operation,
-                   OnRefusal refused, OnNone none) {
+                   const Report& report) {
     const auto tell = [&](const ClfType& type, uint32_t what, Refused kind) {
         const int32_t lRet = distribute(direction, type, what, operation);
-        if (lRet != 0) refused(kind, lRet);
+        if (lRet != 0) report.refused(kind, lRet);
     };
     for_each_row(direction.types, [&](const ClfType& type, int32_t) {
         Clf clf{};
         find_classification(direction, type.ucClfIndex, clf);
         Queue queue{};
         find_queue(direction, clf.ucQueueNum, queue);
-        Steering steering(direction,
-                          !plan_changed && steers_by_priority(direction, plan_before, queue));
+        const bool by_priority =
+            !plan_changed && steers_by_priority(direction, plan_before, queue);
+        Steering steering(direction, by_priority);
+        report.queue(queue, by_priority);
         switch (action) {
             case Action::None:
-                none();
+                report.nothing();
                 break;
             case Action::Add:
                 row.show_after();

@@ -1,0 +1,140 @@
+#include <cstring>
+#include <functional>
+#include <memory>
+
+#include "core/result.h"
+#include "qos/qos.h"
+#include "qos/upstream/flow_limit_texts.h"
+#include "support/module_test.h"
+
+using namespace appcfg;
+using namespace appcfg::qos;
+using recording_platform::Call;
+using recording_platform::refuse;
+using recording_platform::take;
+
+namespace {
+
+std::string number(double value) {
+    char text[32];
+    std::snprintf(text, sizeof(text), "%g", value);
+    return text;
+}
+
+std::string told(const st_qos_port_limit& limit) {
+    return std::to_string(limit.port) + "=" + number(limit.rate);
+}
+std::string told(const st_qos_vlan_limit& limit) {
+    return std::to_string(limit.vlan) + "=" + number(limit.rate);
+}
+std::string told(const st_qos_ip_limit& limit) {
+    return std::string(limit.start) + "-" + limit.end + "=" + number(limit.rate);
+}
+
+/// The entries of a text up to the last one that says something; "!" stands before one that does
+/// not count. The table lies at the end of its memory.
+template <class Limit>
+std::string parsed(void (*resolve)(const char*, Limit (&)[10]), const std::string& text) {
+    using Table = Limit[10];
+    const auto table = std::make_unique<Limit[]>(10);
+    resolve(std::vector<char>(text.c_str(), text.c_str() + text.size() + 1).data(),
+            *reinterpret_cast<Table*>(table.get()));
+    std::string all, gap;
+    for (int i = 0; i < 10; ++i) {
+        gap += (table[i].valid == 1 ? "" : "!") + told(table[i]) + " ";
+        if (table[i].valid == 1 || table[i].rate != 0) all += std::exchange(gap, "");
+    }
+    return all;
+}
+
+std::string repeated(const std::string& text, int times) {
+    std::string all;
+    while (times-- > 0)
+        all += text;
+    return all;
+}
+
+TEST(FlowLimitTexts, HostileOnesFillNoMoreThanTheTable) {
+    const auto ports =
+        std::bind_front(parsed<st_qos_port_limit>, igdCmQosUniLimitResolveFromString);
+    EXPECT_EQ(ports("LAN1/100,SSID2/50"), "1=100 512=50 ");
+    EXPECT_EQ(ports(",,LAN2/LAN3//7.5e2,/,SSID4"), "4=750 2048=0 ");
+    EXPECT_EQ(ports("lan1/5,LAN1"), "!0=0 !0=5 1=0 ");
+    EXPECT_EQ(ports(repeated("LAN1/2,", 12)), repeated("1=2 ", 10));
+    EXPECT_EQ(ports(repeated("LAN1,", 25)), "1=0 ");
+    EXPECT_EQ(ports(std::string(127, 'L')), "");
+    EXPECT_EQ(ports(repeated("/", 122) + "LAN1,5"), "1=0 ") << "read beyond 127 characters";
+
+    const auto vlans =
+        std::bind_front(parsed<st_qos_vlan_limit>, igdCmQosVlanLimitResolveFromString);
+    EXPECT_EQ(vlans("100/20,,200/5.5,x"), "100=20 200=5.5 0=0 ");
+    EXPECT_EQ(vlans(repeated("1/2,", 31)), repeated("1=2 ", 10));
+    EXPECT_EQ(vlans(std::string(127, '9')), "4294967295=0 ");
+
+    const auto ranges = std::bind_front(parsed<st_qos_ip_limit>, igdCmQosIpLimitResolveFromString);
+    EXPECT_EQ(ranges("10.0.0.1-10.0.0.9/100,::1-::f/5,a"), "10.0.0.1-10.0.0.9=100 ::1-::f=5 a-=0 ");
+    EXPECT_EQ(ranges(std::string(60, 'a') + "-" + std::string(60, 'b') + "/1"),
+              std::string(39, 'a') + "-" + std::string(39, 'b') + "=1 ");
+    EXPECT_EQ(ranges(repeated("a-b/1,", 21)), repeated("a-b=1 ", 10));
+}
+
+struct FlowLimitTest : ModuleTest {
+    FlowLimitTest() : ModuleTest(register_tables) {
+        write_package("app_qos",
+                      "config IGD_QOS_BASIC_ATTR_TAB\n\toption ucQosEnable '1'\n"
+                      "config IGD_QOS_FLOW_LIMIT_ATTR_TAB\n"
+                      "\toption ucUpLimitMode '1'\n\toption aucUpLanLimit 'LAN1/1'\n"
+                      "\toption ucDownLimitMode '2'\n\toption aucDownVlanLimit '45/1'\n"
+                      "\toption aucDownIpLimit 'a-b/1'\n");
+    }
+    FlowLimit stored() const {
+        FlowLimit row{};
+        EXPECT_EQ(igdCmQosFlowLimitAttrGet(&row, sizeof(row)), 0);
+        return row;
+    }
+    int32_t set(uint32_t bitmap) {
+        request_.ulBitmap = bitmap;
+        return igdCmQosFlowLimitAttrSet(&request_, sizeof(request_));
+    }
+    FlowLimit request_{};
+};
+
+double real(const Call& call, size_t offset) {
+    double value;
+    std::memcpy(&value, &call.record[offset], sizeof(value));
+    return value;
+}
+
+TEST_F(FlowLimitTest, OneTextAloneTakesTheOthersOfItsDirectionAway) {
+    EXPECT_EQ(set(FlowLimit::DownVlanLimit), IGD_CM_GLOBAL_INPUT_PARA_ERROR) << "no text";
+    std::strcpy(request_.aucDownVlanLimit, "46/2");
+    EXPECT_EQ(set(FlowLimit::DownIpLimit), IGD_CM_GLOBAL_INPUT_PARA_ERROR) << "another's text";
+    EXPECT_EQ(calls(), Names{});
+    EXPECT_EQ(set(FlowLimit::DownVlanLimit), 0);
+    const auto sent = take();
+    EXPECT_EQ(sent[0].word(12) + sent[0].word(488 + 4), 1u + 45u) << "what is lifted";
+    EXPECT_EQ(real(sent[0], 16) + real(sent[0], 496), 0);
+    EXPECT_EQ(sent[1].word(492) + real(sent[1], 16), 46 + 1);
+    EXPECT_STREQ(stored().aucUpLanLimit, "LAN1/1");
+    EXPECT_STREQ(stored().aucDownVlanLimit, "46/2");
+    EXPECT_STREQ(stored().aucDownIpLimit, "");
+}
+
+TEST_F(FlowLimitTest, LastEntriesOfTheLastTablesAndATextLongerThanIsStored) {
+    request_.ucUpLimitMode = request_.ucDownLimitMode = 3;
+    std::memset(request_.aucUpIpLimit, '9', sizeof(request_.aucUpIpLimit));
+    std::strcpy(request_.aucDownIpLimit, repeated("::1-::2/8,", 10).c_str());
+    refuse("zu_zu_qos_dslimited_set_call", -9, 1);
+    EXPECT_EQ(set(FlowLimit::All), IGD_CM_OPERATE_FAIL);
+    const Call call = take()[1];
+    EXPECT_EQ(call.record.size(), 2568u);
+    EXPECT_EQ(call.text(648 + 4), std::string(39, '9'));
+    EXPECT_EQ(call.text(2472 + 4) + call.text(2472 + 44), "::1::2");
+    EXPECT_EQ(real(call, 2472 + 88), 8);
+    EXPECT_STREQ(stored().aucUpLanLimit, "LAN1/1");
+    recording_platform::reset();
+    EXPECT_EQ(set(FlowLimit::All), 0);
+    EXPECT_EQ(stored().aucDownIpLimit, repeated("::1-::2/8,", 10).substr(0, 31));
+}
+
+}  // namespace
