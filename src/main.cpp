@@ -72,9 +72,9 @@ int main(int argc, char** argv) {
         mgmt_port_flow_init,
     };
     const PublishedObject kObjects[] = {
-        {qos::bus_object()},
-        {dns_filter_bus_object()}, {ip_filter_bus_object()},  {url_filter_bus_object()},
-        {loopback_bus_object()},   {mac_filter_bus_object()}, {uplink_bus_object(), true},
+        {qos::bus_object()},         {dns_filter_bus_object()}, {ip_filter_bus_object()},
+        {url_filter_bus_object()},   {loopback_bus_object()},   {mac_filter_bus_object()},
+        {uplink_bus_object(), true},
     };
     return run_daemon(kStartup, kObjects);
 }

@@ -2,7 +2,7 @@
 # The steps of ./gw test, cheapest first. Each is a function that prints what it finds and fails
 # when something is wrong; the number of cases is read from what it printed.
 
-STEPS=(format lint unit symbols box box_asan tsan vendor arm box_arm other_debian)
+STEPS=(format lint unit symbols box box_asan torture tsan vendor arm box_arm other_debian)
 # Runs only when it is named: it takes minutes.
 EXTRA_STEPS=(tidy)
 # What runs in the other release of Debian unless told otherwise.
@@ -135,6 +135,12 @@ step_box() {
 step_box_asan() {
     with_lock make_native asan
     BOX_BIN="$BUILD/asan" "$BOX" "$ROOT/tests/box/run" "$@"
+}
+
+# Random calls and disasters for ten seconds, or as many as the argument says; a seed may follow it.
+step_torture() {
+    with_lock make_native asan
+    BOX_BIN="$BUILD/asan" "$BOX" "$ROOT/tests/box/torture" "$@"
 }
 
 # What the two releases differ in is compilers and libraries. Indented, because its cases are those

@@ -9,13 +9,13 @@ CONFIG = Path("/etc/config")
 PRISTINE = Path("/var/lib/box-pristine")
 COMPATIBLE = Path("/sys/firmware/devicetree/base/compatible")
 # What a run of the daemon leaves behind, other than configuration.
-LEFTOVERS = ["/tmp/cgi_dnsfilter", "/config/work/valueset", "/var/log/box/appcfgd.log"]
+LEFTOVERS = ["/tmp/cgi_dnsfilter", "/config/work/valueset", "/var/log/box/appcfgd.log", "/run/zu_log"]
 NETFILTER = [("ebtables", "nat"), ("iptables", "mangle"), ("ip6tables", "mangle")]
 
 
-def command(*words, timeout=60):
+def command(*words, timeout=60, **options):
     """Runs a command and returns its output and exit status."""
-    done = subprocess.run(words, stdout=subprocess.PIPE, text=True, timeout=timeout)
+    done = subprocess.run(words, stdout=subprocess.PIPE, text=True, timeout=timeout, **options)
     return done.stdout, done.returncode
 
 
@@ -37,6 +37,7 @@ def reset():
     if not PRISTINE.exists():
         shutil.copytree(CONFIG, PRISTINE)
     must("box-service", "stop", "appcfgd", "platformd")
+    must("mount", "-o", "remount,rw", str(CONFIG))
     for path in CONFIG.iterdir():
         path.unlink()
     shutil.copytree(PRISTINE, CONFIG, dirs_exist_ok=True)

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "core/reply_buffer.h"
 #include "support/recording_platform.h"
 
 using namespace appcfg;
@@ -29,4 +30,12 @@ TEST(BoundedTest, CutTextIsTerminatedAndSilent) {
     cut_text(text, "four");
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
     EXPECT_STREQ(text, "fou");
+}
+
+TEST(ReplyBufferTest, LongestMessageOfTheBusIsSentAndALongerOneIsNone) {
+    for (const size_t length : {1048551u, 1048552u, 5000000u}) {
+        appcfg::ReplyBuffer reply;
+        reply.add("x", std::string(length, 'x').c_str());
+        EXPECT_EQ(reply.send(nullptr, nullptr), length == 1048551 ? 0 : UBUS_STATUS_NO_DATA);
+    }
 }

@@ -10,7 +10,6 @@
 #include "security/dns_filter/dns_filter_testing.h"
 #include "security/dns_filter/host_list_file.h"
 #include "support/module_test.h"
-#include "support/recording_bus.h"
 
 using namespace appcfg;
 
@@ -19,19 +18,6 @@ namespace {
 namespace fs = std::filesystem;
 using recording_platform::refuse;
 using Rule = IgdDnsFilterConfigTab;
-
-constexpr char kOn[] = R"("ucDnsFilterEnable":1)";
-
-std::string read(const fs::path& path) {
-    std::stringstream text;
-    text << std::ifstream(path).rdbuf();
-    return text.str();
-}
-
-/// Calls a method with its only argument.
-BusReply call(const std::string& method, const std::string& argument) {
-    return call_method(dns_filter_bus_object(), "dns_filter_" + method, "{" + argument + "}");
-}
 
 int32_t set(Rule request) {
     return igdCmDnsFilterConfigSet(&request, sizeof(request));
@@ -77,7 +63,7 @@ TEST_F(DnsFilterTest, SetSendsTheMergedRuleByteForByte) {
     std::memcpy(&expected[136], request.aucMACAddress, 17);
     expected[160] = 63;
     EXPECT_EQ(recording_platform::take()[0].record, expected);
-    EXPECT_EQ(read(rule_), "ads.example\n");
+    EXPECT_EQ(read_file(rule_), "ads.example\n");
     EXPECT_EQ(stored(), "1 1 ");
 }
 
@@ -118,10 +104,10 @@ TEST_F(DnsFilterTest, HostListIsTakenOverWholeOrNotAtAll) {
         const FullDisk full;
         EXPECT_EQ(set(request), -1);
     }
-    EXPECT_EQ(read(rule_), "old\n");
+    EXPECT_EQ(read_file(rule_), "old\n");
     EXPECT_FALSE(fs::exists(folder_ / ".host_1.appcfgd-new"));
     EXPECT_EQ(set(request), 0);
-    EXPECT_EQ(read(rule_), text);
+    EXPECT_EQ(read_file(rule_), text);
 }
 
 TEST_F(DnsFilterTest, LinksAreNeitherFollowedNorRead) {
@@ -131,9 +117,9 @@ TEST_F(DnsFilterTest, LinksAreNeitherFollowedNorRead) {
     for (const char* name : {"list", ".list.appcfgd-new", "link"})
         fs::create_symlink(folder_ / "victim", folder_ / name);
     EXPECT_EQ(igdCmSecureDnsFilterListReload(), 0);
-    EXPECT_EQ(read(folder_ / "victim"), "precious");
+    EXPECT_EQ(read_file(folder_ / "victim"), "precious");
     EXPECT_EQ(copy_dnsfilter_file((folder_ / "link").c_str(), rule_.c_str()), -1);
-    EXPECT_EQ(read(rule_), "d1\n");
+    EXPECT_EQ(read_file(rule_), "d1\n");
 }
 
 // Anybody may make folders in /tmp.
@@ -145,7 +131,7 @@ TEST_F(DnsFilterTest, FoldersInTheWayOfAListAreMovedAside) {
         fs::create_directories(folder_ / squatter / "kept");
         EXPECT_EQ(igdCmSecureDnsFilterListReload(), 0);
         EXPECT_TRUE(fs::is_regular_file(folder_ / "list")) << squatter;
-        EXPECT_EQ(read(rule_), "d1\n");
+        EXPECT_EQ(read_file(rule_), "d1\n");
     }
     EXPECT_TRUE(fs::is_directory(folder_ / ".list.appcfgd-new" / "kept"));
 }
@@ -168,29 +154,10 @@ TEST_F(DnsFilterTest, RulesAreSwitchedByTheirIndex) {
     EXPECT_EQ(calls(), Names{});
 }
 
-TEST_F(DnsFilterTest, SwitchTellsWhatFailed) {
-    provision({0}, 1);
-    refuse(platform::kDnsFilterGet.name);
-    EXPECT_EQ(call("basic_set", kOn), failure(-1, "igdCmDnsFilterConfigGet error"));
-    EXPECT_EQ(stored(), "1 0 1 d1 ");
-    recording_platform::reset();
-    refuse(platform::kDnsFilterAdd.name, 7);
-    EXPECT_EQ(call("basic_set", kOn), failure(-1, "igdCmDnsFilterConfigAdd error"));
-    EXPECT_EQ(stored(), "1 0 ");
-    EXPECT_FALSE(fs::exists(rule_));
-    provision({}, 1);
-    EXPECT_EQ(call("basic_set", kOn), failure(-4, "igdCmDnsFilterConfigAdd error"));
-    dns_filter_files.host_list = "/nonexistent/list";
-    EXPECT_EQ(call("basic_set", kOn), failure(0, "open/create new file /tmp/cgi_dnsfilter failed"));
-    provision({1}, 1);
-    EXPECT_EQ(call("basic_set", R"("ucDnsFilterEnable":0)"),
-              failure(-1, "igdCmSecureDnsFilterListDelAll error"));
-}
-
 TEST_F(DnsFilterTest, FilesAndStartWhenSomethingIsRefused) {
     std::ofstream(list_) << "old\n";
     EXPECT_EQ(igdCmSecureDnsFilterListInit(), 0);
-    EXPECT_EQ(read(list_), "old\n");  // no domains: nothing is touched
+    EXPECT_EQ(read_file(list_), "old\n");  // no domains: nothing is touched
     provision({1}, 1);
     EXPECT_EQ(igdCmSecureDnsFilterListInit(), -1);  // the rule has no host list yet
     {
@@ -201,37 +168,20 @@ TEST_F(DnsFilterTest, FilesAndStartWhenSomethingIsRefused) {
     std::ofstream(rule_) << "";
     refuse(platform::kDnsFilterAdd.name);
     refuse(platform::kDnsFilterSet.name);
-    EXPECT_EQ(call("list_del", R"("ulIndex":1)"), failure(-1, "igdCmSecureDnsFilterListDel error"));
     EXPECT_EQ(set({.ucIndex = 1, .ucEnable = 0, .ulBitmap = 1}), -1);
-    EXPECT_EQ(stored(), "1 1 ");
+    EXPECT_EQ(stored(), "1 1 1 d1 ");
     provision({1, 0}, 0);
     EXPECT_EQ(igdCmDnsFilterConfigInit(), 0);
-    EXPECT_EQ(calls().size(), 1u + 1 + 4);
+    EXPECT_EQ(calls().size(), 1u + 4);
 }
 
-TEST_F(DnsFilterTest, IndexesAndDomainsOfTheList) {
-    provision({0}, 100);
-    EXPECT_EQ(call("list_add", R"("aucFilterDomain":"a")"),
-              failure(-2, "igdCmSecureDnsFilterListAdd error"));
-    EXPECT_EQ(call("list_del", R"("ulIndex":1)"), success());
-    EXPECT_EQ(call("list_add", R"("aucFilterDomain":"D2")"), success());
+TEST_F(DnsFilterTest, SetOfADomainReplacesNone) {
+    provision({0}, 3);
     IgdSecurDnsFilterListTab request{2, "z", 1};
     EXPECT_EQ(igdCmSecureDnsFilterListSet(&request, sizeof(request)), 0);
-    EXPECT_EQ(stored().rfind("1 0 2 d2 3 d3 ", 0), 0u);
-    EXPECT_NE(stored().find(" 101 D2 "), std::string::npos);
-    provision({1}, 0);
-    std::ofstream(rule_) << "";
-    const std::string rest(300, 'x');
-    EXPECT_EQ(call("list_add", R"("aucFilterDomain":"';$(id)\t\u0001)" + rest + "\""), success());
-    EXPECT_EQ(read(rule_), ("';$(id)\t\1" + rest).substr(0, 255) + "\n");
-}
-
-TEST_F(DnsFilterTest, LogsInTheNameOfTheOperation) {
-    recording_platform::open_log(true);
-    testing::internal::CaptureStdout();
-    call("list_del", R"("ulIndex":7)");
-    const std::regex line(R"(\[CM:\w+ListDel\(\d+\)\]not found index\(7\), return\t\n\r\n)");
-    EXPECT_TRUE(std::regex_match(testing::internal::GetCapturedStdout(), line));
+    EXPECT_EQ(stored(), "1 0 1 d1 2 d2 3 d3 ");
+    request.ulIndex = 101;
+    EXPECT_EQ(igdCmSecureDnsFilterListSet(&request, sizeof(request)), 268435457);
 }
 
 }  // namespace

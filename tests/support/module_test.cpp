@@ -2,8 +2,6 @@
 
 #include <csignal>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include "platform/uci/uci_testing.h"
 
@@ -22,25 +20,17 @@ FullDisk::~FullDisk() {
 }
 
 ModuleTest::ModuleTest(int32_t (*register_tables)()) {
-    char name[] = "/tmp/appcfgd-test-XXXXXX";
-    folder_ = mkdtemp(name);
-    fs::copy(DEFAULT_PACKAGES, folder_);
-    vsuci_use_directories({folder_.c_str(), folder_.c_str()});
+    fs::copy(DEFAULT_PACKAGES, directory());
+    vsuci_use_directories({directory().c_str(), directory().c_str()});
     recording_platform::reset();
     mib_chain_clear();
     register_tables();
 }
 
-ModuleTest::~ModuleTest() {
-    fs::remove_all(folder_);
-}
-
 void ModuleTest::write_package(const std::string& name, const std::string& text) {
-    std::ofstream(folder_ + "/" + name) << text;
+    write_file(directory() / name, text);
 }
 
 std::string ModuleTest::read_package(const std::string& name) const {
-    std::stringstream text;
-    text << std::ifstream(folder_ + "/" + name).rdbuf();
-    return text.str();
+    return read_file(directory() / name);
 }

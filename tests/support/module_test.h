@@ -1,13 +1,10 @@
 #pragma once
 
-#include <gtest/gtest.h>
 #include <sys/resource.h>
-
-#include <string>
-#include <vector>
 
 #include "core/mib_chain.h"
 #include "support/recording_platform.h"
+#include "support/scratch.h"
 
 /// While it lives, no file can be written to, as on a full disk.
 class FullDisk {
@@ -23,10 +20,9 @@ class FullDisk {
 
 /// A module on the recording platform, its packages in a scratch folder that starts out with the
 /// gateway's default ones.
-class ModuleTest : public testing::Test {
+class ModuleTest : public ScratchFolderTest {
   protected:
     explicit ModuleTest(int32_t (*register_tables)());
-    ~ModuleTest() override;
 
     /// Replaces a package; the text is the file's.
     void write_package(const std::string& name, const std::string& text);
@@ -35,7 +31,4 @@ class ModuleTest : public testing::Test {
     using Names = std::vector<std::string>;
     /// The platform calls since this was last asked.
     static Names calls() { return recording_platform::take_names(); }
-
-  private:
-    std::string folder_;
 };

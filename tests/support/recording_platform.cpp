@@ -58,6 +58,12 @@ uint32_t Call::word(size_t offset) const {
     return value;
 }
 
+std::vector<uint32_t> Call::words() const {
+    std::vector<uint32_t> words(record.size() / sizeof(uint32_t));
+    std::memcpy(words.data(), record.data(), words.size() * sizeof(uint32_t));
+    return words;
+}
+
 std::string Call::text(size_t offset) const {
     return reinterpret_cast<const char*>(record.data() + offset);
 }
@@ -140,27 +146,17 @@ int32_t zu_log_print_on(uint32_t, uint32_t) {
     return log_open;
 }
 
-int32_t zu_sec_wlan_isolation_init() {
-    return record_words(__func__, {});
-}
-int32_t zu_sec_dnsfilter_init() {
-    return record_words(__func__, {});
-}
-int32_t zu_sec_ipfilter_init() {
-    return record_words(__func__, {});
-}
-int32_t zu_sec_urlfilter_init() {
-    return record_words(__func__, {});
-}
-int32_t zu_netapp_loopback_init() {
-    return record_words(__func__, {});
-}
-int32_t init_macfilter() {
-    return record_words(__func__, {});
-}
-int32_t zu_qos_init() {
-    return record_words(__func__, {});
-}
+#define SERVICE_INIT(name)              \
+    int32_t name() {                    \
+        return record_words(#name, {}); \
+    }
+SERVICE_INIT(zu_sec_wlan_isolation_init)
+SERVICE_INIT(zu_sec_dnsfilter_init)
+SERVICE_INIT(zu_sec_ipfilter_init)
+SERVICE_INIT(zu_sec_urlfilter_init)
+SERVICE_INIT(zu_netapp_loopback_init)
+SERVICE_INIT(init_macfilter)
+SERVICE_INIT(zu_qos_init)
 
 int32_t zu_netif_set_dport_flow(uint32_t port, uint32_t index, uint32_t value) {
     return record_words(__func__, {port, index, value});

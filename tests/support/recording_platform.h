@@ -18,6 +18,8 @@ struct Call {
 
     /// The 32-bit word at a byte offset of the record.
     uint32_t word(size_t offset) const;
+    /// All of a record of 32-bit words.
+    std::vector<uint32_t> words() const;
     /// The NUL-terminated text at a byte offset.
     std::string text(size_t offset) const;
 };

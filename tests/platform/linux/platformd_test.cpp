@@ -64,26 +64,6 @@ TEST_F(IpFilterServiceTest, RulesAreKeptInOrderAndAsOftenAsTheyWereAdded) {
     EXPECT_EQ("u:b d:c ", rules());
 }
 
-TEST_F(PlatformdTest, TraceShowsCallsFieldByField) {
-    EXPECT_EQ(0, zu_sec_ipfilter_init());
-    auto record = rule(kIpFilterUp, "10.0.0.1");
-    EXPECT_EQ(0, queue(kIpFilterRuleAdd, record));
-    EXPECT_NE(0, zu_ipc_call(kIpFilterFlushChain.name, &record, 2));
-    EXPECT_EQ(0, flush(3));
-    EXPECT_EQ(
-        "sync zu_sec_ipfilter_init -> 0\n"
-        "async zu_zu_sal_ipfilter_rule_add_call em_type=1 em_dir=1 ui_dst_sport=80 ui_dst_eport=81 "
-        "ui_src_sport=0 ui_src_eport=0 ac_dst_sip=\"10.0.0.1\" ac_dst_eip=\"\" ac_src_sip=\"\" "
-        "ac_src_eip=\"\" -> 0\n"
-        "sync zu_zu_sal_ipfilter_flush_chain_call record=0100 -> -1\n"
-        "sync zu_zu_sal_ipfilter_flush_chain_call ui_dir_bitmap=3 -> 0\n",
-        trace());
-    EXPECT_EQ(0, control({"trace", "--clear"}).status);
-    EXPECT_EQ("", trace());
-    EXPECT_EQ(0, flush(1));
-    EXPECT_EQ("sync zu_zu_sal_ipfilter_flush_chain_call ui_dir_bitmap=1 -> 0\n", trace());
-}
-
 TEST_F(PlatformdTest, TraceFollowsCallsAsTheyArrive) {
     EXPECT_EQ(0, flush(1));
     const auto out = directory() / "followed";
@@ -110,44 +90,6 @@ TEST_F(PlatformdTest, TraceFollowsCallsAsTheyArrive) {
     follower.send_signal(SIGCONT);
     EXPECT_TRUE(eventually([&] { return lines() == 4; })) << "the next one numbers from 1 again";
     EXPECT_TRUE(follower.alive());
-}
-
-TEST_F(PlatformdTest, FaultsSpoilTheNextCallsOnly) {
-    EXPECT_EQ(0, control({"fail", kIpFilterFlushChain.name, "2", "0x70"}).status);
-    EXPECT_EQ(0, zu_sec_ipfilter_init());
-    EXPECT_EQ(0x70, flush(3));
-    EXPECT_EQ(0x70, flush(3));
-    EXPECT_EQ(0, flush(3));
-    EXPECT_EQ(0, control({"fail", "zu_qos_init"}).status);
-    EXPECT_EQ(-1, zu_qos_init());
-    EXPECT_NE(std::string::npos, control({"state", "qos"}).out.find("initialised=0"));
-    EXPECT_EQ(0, control({"fail", "zu_qos_init", "100"}).status);
-    EXPECT_EQ(0, control({"fail", "--clear"}).status);
-    EXPECT_EQ(0, zu_qos_init());
-    EXPECT_EQ(0, control({"fail", "zu_qos_init", "5"}).status);
-    EXPECT_EQ(0, control({"fail", "zu_qos_init", "0"}).status);
-    EXPECT_EQ(0, zu_qos_init());
-}
-
-TEST_F(PlatformdTest, DyingAndHangingOnRequest) {
-    EXPECT_EQ(0, control({"hang", "zu_qos_init", "1"}).status);
-    using Clock = std::chrono::steady_clock;
-    auto slow = Child::run([] { _exit(zu_qos_init() == 0 ? 0 : 1); });
-    const auto begin = Clock::now();
-    ASSERT_TRUE(eventually([this] { return trace().find("zu_qos_init") != std::string::npos; }));
-    EXPECT_EQ(0, flush(3));
-    EXPECT_LT(Clock::now() - begin, std::chrono::milliseconds(900)) << "others are not held up";
-    EXPECT_EQ(0, WEXITSTATUS(slow.end()));
-    EXPECT_GT(Clock::now() - begin, std::chrono::milliseconds(800));
-
-    EXPECT_EQ(0, control({"die", kIpFilterFlushChain.name}).status);
-    EXPECT_EQ(0, zu_qos_init());
-    EXPECT_EQ(-1, flush(3));
-    EXPECT_EQ(1, WEXITSTATUS(platformd_.end()));
-    EXPECT_EQ(-1, zu_qos_init());
-    EXPECT_EQ(1, control({"state"}).status);
-    start();
-    EXPECT_EQ(0, flush(3));
 }
 
 TEST_F(PlatformdTest, HostileCallersHarmNobody) {

@@ -111,11 +111,11 @@ TEST_F(Durability, AKillAtAnyStepLeavesTheOldFileOrTheNewOne) {
     int killed = 0;
     for (int step = 0; step < kMostSteps; ++step) {
         const int before = whole_rows();
-        const int status = wait(start([&] {
-            reopen();
-            arm(Fault::Kill, step);
-            return add_row("app_t", step);
-        }));
+        const int status = start([&] {
+                               reopen();
+                               arm(Fault::Kill, step);
+                               return add_row("app_t", step);
+                           }).end();
         const int after = whole_rows();
         EXPECT_TRUE(only_known_entries());
         if (status == 0) {
@@ -130,21 +130,23 @@ TEST_F(Durability, AKillAtAnyStepLeavesTheOldFileOrTheNewOne) {
 }
 
 TEST_F(Durability, AFullDiskLosesNothingThatWasStored) {
-    const int status = wait(start([&] {
-        if (unshare(CLONE_NEWNS) != 0 || mount("", "/", "", MS_REC | MS_PRIVATE, nullptr) != 0 ||
-            mount("tmpfs", config.c_str(), "tmpfs", 0, "size=64k") != 0)
-            _exit(77);
-        int stored = 0;
-        while (stored < 2000 && add_row("app_t", stored))
-            ++stored;
-        const bool kept = stored < 2000 && whole_rows() == stored;
-        const bool clean = entries() == std::set<std::string>{"app_t"};
-        const bool frees = vsuci_del("app_t", "@ROW[0]") == 0 && whole_rows() == stored - 1;
-        const bool remounted =
-            mount("", config.c_str(), "", MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr) == 0;
-        return kept && clean && frees && remounted && !add_row("app_t", 1) &&
-               whole_rows() == stored - 1;
-    }));
+    const int status =
+        start([&] {
+            if (unshare(CLONE_NEWNS) != 0 ||
+                mount("", "/", "", MS_REC | MS_PRIVATE, nullptr) != 0 ||
+                mount("tmpfs", config.c_str(), "tmpfs", 0, "size=64k") != 0)
+                _exit(77);
+            int stored = 0;
+            while (stored < 2000 && add_row("app_t", stored))
+                ++stored;
+            const bool kept = stored < 2000 && whole_rows() == stored;
+            const bool clean = entries() == std::set<std::string>{"app_t"};
+            const bool frees = vsuci_del("app_t", "@ROW[0]") == 0 && whole_rows() == stored - 1;
+            const bool remounted =
+                mount("", config.c_str(), "", MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr) == 0;
+            return kept && clean && frees && remounted && !add_row("app_t", 1) &&
+                   whole_rows() == stored - 1;
+        }).end();
     if (WIFEXITED(status) && WEXITSTATUS(status) == 77) GTEST_SKIP() << "needs root";
     EXPECT_EQ(status, 0);
 }
@@ -155,7 +157,7 @@ TEST_F(Durability, NeitherWeNorTheCommandLineToolLoseARow) {
     const std::string line =
         "export u=\"" UCI_TOOL_PATH " -c " + config + " -t " + folder +
         "/save\"; for n in `seq 50`; do $u set app_t.tool$n=TOOL; $u commit app_t || exit 1; done";
-    const pid_t tool = start([&] {
+    Child tool = start([&] {
         execl("/bin/sh", "sh", "-c", line.c_str(), nullptr);
         return false;
     });
@@ -163,7 +165,7 @@ TEST_F(Durability, NeitherWeNorTheCommandLineToolLoseARow) {
     for (int n = 0; n < 50; ++n)
         while (!add_row("app_t", n) && ++refused < 50)
             continue;
-    EXPECT_EQ(wait(tool), 0);
+    EXPECT_EQ(tool.end(), 0);
     EXPECT_EQ(whole_rows(), 50);
     EXPECT_EQ(total("app_t", "TOOL"), 50);
     EXPECT_LT(refused, 50);

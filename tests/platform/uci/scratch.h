@@ -1,35 +1,22 @@
 #pragma once
 
-#include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <filesystem>
-#include <fstream>
 #include <set>
-#include <sstream>
-#include <string>
 
 #include "platform/uci/uci_testing.h"
+#include "support/scratch.h"
 #include "vsuci.h"
 
 /// A folder of packages of its own for every test.
-class Scratch : public testing::Test {
+class Scratch : public ScratchFolderTest {
   protected:
     Scratch() {
-        char name[] = "/tmp/appcfgd-uci-XXXXXX";
-        folder = mkdtemp(name);
-        config = folder + "/config";
-        factory = folder + "/factory";
         std::filesystem::create_directory(config);
         std::filesystem::create_directory(factory);
         reopen();
     }
-    ~Scratch() override {
-        vsuci_use_directories({"/nonexistent", "/nonexistent"});
-        std::filesystem::remove_all(folder);
-    }
+    ~Scratch() override { vsuci_use_directories({"/nonexistent", "/nonexistent"}); }
 
     /// Forgets everything loaded, as a restart would.
     void reopen() { vsuci_use_directories({config.c_str(), factory.c_str()}); }
@@ -37,13 +24,9 @@ class Scratch : public testing::Test {
     std::string path(const std::string& package) const { return config + "/" + package; }
 
     void write(const std::string& package, const std::string& text) const {
-        std::ofstream(path(package), std::ios::binary) << text;
+        write_file(path(package), text);
     }
-    std::string read(const std::string& package) const {
-        std::stringstream text;
-        text << std::ifstream(path(package), std::ios::binary).rdbuf();
-        return text.str();
-    }
+    std::string read(const std::string& package) const { return read_file(path(package)); }
     struct stat status(const std::string& package) const {
         struct stat file = {};
         stat(path(package).c_str(), &file);
@@ -76,16 +59,10 @@ class Scratch : public testing::Test {
 
     /// Runs `body` in a child process, whose exit status is 0 if it returned true.
     template <class Body>
-    static pid_t start(Body body) {
-        const pid_t child = fork();
-        if (child == 0) _exit(body() ? 0 : 1);
-        return child;
-    }
-    static int wait(pid_t child) {
-        int status = -1;
-        waitpid(child, &status, 0);
-        return status;
+    static Child start(Body body) {
+        return Child::run([&body] { _exit(body() ? 0 : 1); });
     }
 
-    std::string folder, config, factory;
+    const std::string folder = directory(), config = folder + "/config",
+                      factory = folder + "/factory";
 };
