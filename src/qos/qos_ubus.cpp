@@ -59,9 +59,9 @@ constexpr Argument kFlowLimitArguments[] = {
 };
 
 constexpr Argument kDownlinkArguments[] = {
-    ARGUMENT(DownlinkBasic, qos_enable),       ARGUMENT(DownlinkBasic, plan),
+    ARGUMENT(DownlinkBasic, qos_enable),          ARGUMENT(DownlinkBasic, plan),
     ARGUMENT(DownlinkBasic, enable_force_weight), ARGUMENT(DownlinkBasic, enable_dscp_mark),
-    ARGUMENT(DownlinkBasic, bandwidth),        ARGUMENT(DownlinkBasic, enable_8021p),
+    ARGUMENT(DownlinkBasic, bandwidth),           ARGUMENT(DownlinkBasic, enable_8021p),
 };
 
 constexpr Argument kProfileArguments[] = {ARGUMENT(SmartProfile, rate_limit)};

@@ -16,7 +16,8 @@ using namespace platform;
 namespace {
 
 /// Outside of a start every call counts as a change of plan, whatever the plan: the queues then
-/// follow even if only their platform has lost them. True if the flows must not look at the old plan.
+/// follow even if only their platform has lost them. True if the flows must not look at the old
+/// plan.
 bool note_plan_change(const DownlinkBasic& before, const DownlinkBasic& after) {
     if (g_downlink.basic_init_flag != 0 && before.plan == after.plan) return false;
     g_downlink.plan_change_flag = 1;

@@ -38,7 +38,8 @@ uint32_t kind_of_traffic(std::string_view name) {
     return kTrafficUnknown;
 }
 
-/// Fills the template with the kinds of traffic that `aucMode` names; what does not fit is left out.
+/// Fills the template with the kinds of traffic that `aucMode` names; what does not fit is left
+/// out.
 void igdCmQosModeResolveFromName(const char (&aucMode)[32], uint32_t (&em_mode)[11],
                                  const char* operation) {
     char work[64] = {};
@@ -53,8 +54,8 @@ void igdCmQosModeResolveFromName(const char (&aucMode)[32], uint32_t (&em_mode)[
 
 void log_uplink(const zu_sal_qos_uplink_s& uplink, const char* operation) {
     LOG_BANNER(kQosLog, operation, kQosUplinkLayout.name, "info start");
-    QOS_LOG_AS(operation, "st_qos_uplink.em_mode [%02x-%02x-%02x-%02x].\r\n\r\n",
-               uplink.em_mode[0], uplink.em_mode[1], uplink.em_mode[2], uplink.em_mode[3]);
+    QOS_LOG_AS(operation, "st_qos_uplink.em_mode [%02x-%02x-%02x-%02x].\r\n\r\n", uplink.em_mode[0],
+               uplink.em_mode[1], uplink.em_mode[2], uplink.em_mode[3]);
     log_fields(kQosLog, operation, __LINE__, "st_qos_uplink", kQosUplinkLayout.fields.subspan(1),
                &uplink);
     LOG_BANNER(kQosLog, operation, kQosUplinkLayout.name, "info end");
