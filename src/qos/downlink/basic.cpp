@@ -75,8 +75,7 @@ int32_t apply(const DownlinkBasic& before, const DownlinkBasic& after, bool plan
     if (ret == 0) {
         QOS_LOG_AS(operation, "Get Qos Clf Type Table Num [%d].\r\n\r\n",
                    count_rows(downlink_clf_type_table));
-        reapply_types(downlink, action, before.plan, plan_changed, row, operation,
-                      TypeReport{operation});
+        reapply_types(downlink, action, before.plan, plan_changed, row, TypeReport{operation});
     }
     if (g_downlink.plan_change_flag == 1 && g_downlink.plan_new == kPlanStrict) {
         QOS_LOG_AS(operation, "Queue queue_total_num [%d].\r\n\r\n",
