@@ -10,6 +10,7 @@ PRISTINE = Path("/var/lib/box-pristine")
 COMPATIBLE = Path("/sys/firmware/devicetree/base/compatible")
 # What a run of the daemon leaves behind, other than configuration.
 LEFTOVERS = ["/tmp/cgi_dnsfilter", "/config/work/valueset", "/var/log/box/appcfgd.log", "/run/zu_log"]
+PORTS = ["eth0", "eth1", "eth2", "eth3"]
 NETFILTER = [("ebtables", "nat"), ("iptables", "mangle"), ("ip6tables", "mangle")]
 
 
@@ -50,6 +51,8 @@ def reset():
             path.unlink(missing_ok=True)
     COMPATIBLE.write_bytes(b"vakor,gateway\0")
     must("box-board", "router")
+    for port in PORTS:
+        must("ip", "link", "set", port, "master", "br-lan")
     for tool, table in NETFILTER:
         must(tool, "-t", table, "-F")
         must(tool, "-t", table, "-X")
