@@ -26,8 +26,8 @@ void make_chains() {
             make_chains_of(tool, number);
 }
 
-/// A start after the first finds the chains of hosts' limits as the one before has left them. They go,
-/// or every jump and rule would stand twice, and a deleted host keep one of its two.
+/// A start after the first finds the chains of hosts' limits as the one before has left them. They
+/// go, or every jump and rule would stand twice, and a deleted host keep one of its two.
 void remove_old_host_chains() {
     if (zu_ebtables_flushchain("nat", kUpChain) == 0) exit_dev_bandwidth();
 }
