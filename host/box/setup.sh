@@ -7,6 +7,7 @@ ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd -P)
 STATE=$1
 shift
 . "$ROOT/host/box/environment.sh"
+. "$ROOT/host/box/network.sh"
 
 # What the daemon's package puts on a gateway beside the programs.
 DELIVERED="$ROOT/packaging/appcfgd/files"
@@ -97,22 +98,6 @@ add_devicetree() {
     printf '%b' "${BOX_COMPATIBLE-vakor,gateway\\0}" >"$base/compatible"
     printf '%b' "${BOX_BOARD-qm7301_4g\\n}" >"$base/board_name_alias"
     find "$base" -type f -empty -delete
-}
-
-# A LAN bridge with four ports; the other end of port ethN is lanN, as if a cable were in it.
-add_network() {
-    local n
-    {
-        echo "link set lo up"
-        echo "link add br-lan type bridge forward_delay 0"
-        echo "addr add 192.168.1.1/24 dev br-lan"
-        echo "link set br-lan up"
-        for n in 0 1 2 3; do
-            echo "link add eth$n type veth peer name lan$n"
-            echo "link set eth$n master br-lan up"
-            echo "link set lan$n up"
-        done
-    } | ip -batch -
 }
 
 # Kernels differ in which of the two netfilter interfaces they have.

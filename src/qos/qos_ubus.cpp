@@ -21,7 +21,7 @@ constexpr Argument kLanHostArguments[] = {
 };
 
 constexpr Argument kBasicArguments[] = {
-    ARGUMENT(BasicRequest, basic.aucMode).named("aucMode").or_cut(),
+    ARGUMENT(BasicRequest, basic.aucMode).named("aucMode"),
     ARGUMENT(BasicRequest, basic.ucQosEnable).named("ucQosEnable"),
     ARGUMENT(BasicRequest, basic.ucPlan).named("ucPlan"),
     ARGUMENT(BasicRequest, basic.ucEnableForceWeight).named("ucEnableForceWeight"),

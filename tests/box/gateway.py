@@ -11,6 +11,7 @@ COMPATIBLE = Path("/sys/firmware/devicetree/base/compatible")
 # What a run of the daemon leaves behind, other than configuration.
 LEFTOVERS = ["/tmp/cgi_dnsfilter", "/config/work/valueset", "/var/log/box/appcfgd.log", "/run/zu_log",
              "/run/appcfg"]
+PORTS = ["eth0", "eth1", "eth2", "eth3"]
 NETFILTER = [("ebtables", "nat"), ("iptables", "mangle"), ("ip6tables", "mangle")]
 
 
@@ -51,6 +52,8 @@ def reset():
             path.unlink(missing_ok=True)
     COMPATIBLE.write_bytes(b"vakor,gateway\0")
     must("box-board", "router")
+    for port in PORTS:
+        must("ip", "link", "set", port, "master", "br-lan")
     for tool, table in NETFILTER:
         must(tool, "-t", table, "-F")
         must(tool, "-t", table, "-X")

@@ -21,6 +21,7 @@ struct Refusal {
 std::vector<Call> calls;
 std::map<std::string, Refusal> refusals;
 std::map<std::string, std::vector<uint8_t>> answers;
+std::function<int32_t(const Call&)> asked;
 bool log_open = false;
 
 std::vector<uint8_t> appended;
@@ -35,7 +36,8 @@ int32_t record_call(const char* name, bool queued, const void* record, uint32_t 
     const auto* bytes = static_cast<const uint8_t*>(record);
     calls.push_back({name, queued, {bytes, bytes + size}});
     const auto refusal = refusals.find(name);
-    return refusal == refusals.end() || refusal->second.after-- > 0 ? 0 : refusal->second.result;
+    if (refusal != refusals.end() && refusal->second.after-- <= 0) return refusal->second.result;
+    return asked ? asked(calls.back()) : 0;
 }
 
 int32_t record_texts(const char* name, std::initializer_list<const char*> texts) {
@@ -72,7 +74,12 @@ void reset() {
     calls.clear();
     refusals.clear();
     answers.clear();
+    asked = nullptr;
     log_open = false;
+}
+
+void on_call(std::function<int32_t(const Call&)> hook) {
+    asked = std::move(hook);
 }
 
 std::vector<Call> take() {

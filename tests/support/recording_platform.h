@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -35,6 +36,9 @@ std::vector<std::string> take_names();
 
 /// Makes every call of `name` but the first `after` end with `result`.
 void refuse(const std::string& name, int32_t result = -1, int after = 0);
+
+/// Asks `hook` what becomes of every call that is not refused, after it has been recorded.
+void on_call(std::function<int32_t(const Call&)> hook);
 
 /// Bytes that calls of `name` find in their record when they return.
 void answer(const std::string& name, std::vector<uint8_t> record);

@@ -1,3 +1,4 @@
+#include "board/factory_mode.h"
 #include "core/alternating_row.h"
 #include "core/bounded.h"
 #include "core/log.h"
@@ -6,7 +7,6 @@
 #include "qos/flows/queues.h"
 #include "qos/flows/reapplication.h"
 #include "qos/qos.h"
-#include "qos/startup/factory_mode.h"
 #include "records/qos.h"
 
 using namespace appcfg;
@@ -75,8 +75,7 @@ int32_t apply(const DownlinkBasic& before, const DownlinkBasic& after, bool plan
     if (ret == 0) {
         QOS_LOG_AS(operation, "Get Qos Clf Type Table Num [%d].\r\n\r\n",
                    count_rows(downlink_clf_type_table));
-        reapply_types(downlink, action, before.plan, plan_changed, row, operation,
-                      TypeReport{operation});
+        reapply_types(downlink, action, before.plan, plan_changed, row, TypeReport{operation});
     }
     if (g_downlink.plan_change_flag == 1 && g_downlink.plan_new == kPlanStrict) {
         QOS_LOG_AS(operation, "Queue queue_total_num [%d].\r\n\r\n",
@@ -114,7 +113,7 @@ int32_t igd_cm_downlink_qos_basic_init() {
     g_downlink.basic_init_flag = 1;
     DownlinkBasic basic{};
     static_cast<void>(read_row(downlink_basic_table, 0, basic));
-    if (is_factory_mode()) {
+    if (board::is_factory_mode()) {
         QOS_LOG("############ factory mode, disable qos############\n\r\n");
         basic.qos_enable = 0;
         basic.ulBitmap = DownlinkBasic::Enable;

@@ -50,6 +50,8 @@ constinit const Direction appcfg::qos::downlink{
     .set_queue = igd_cm_downlink_qos_queue_set,
     .queue_port = 0,
     .flow_code = platform::kDownlink,
+    .distribution = "igd_cm_downlink_clf_distribute",
+    .remarking = "igd_cm_downlink_qos_queue_remark",
 };
 
 int32_t igd_cm_downlink_qos_clf_add(IgdDownlinkQosClfTab* request, uint32_t size) {
@@ -86,7 +88,7 @@ int32_t igd_cm_downlink_qos_clf_type_set(ClfType* request, uint32_t size) {
 }
 
 int32_t igd_cm_downlink_clf_distribute(const ClfType& type, uint32_t action) {
-    return distribute(downlink, type, action, __func__);
+    return distribute(downlink, type, action);
 }
 
 int32_t igd_cm_downlink_qos_queue_set(Queue* request, uint32_t size) {

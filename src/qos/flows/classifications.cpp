@@ -20,11 +20,9 @@ void log_refusal(const char* operation, const char* action, int32_t lRet) {
 }
 
 Steering steer(const Direction& direction, uint8_t queue_index) {
-    Settings settings{};
-    static_cast<void>(direction.read_settings(settings));
     Queue queue{};
     find_queue(direction, queue_index, queue);
-    return {direction, steers_by_priority(direction, settings.plan, queue)};
+    return steer(direction, queue);
 }
 
 /// Deletes a type's flow as the old classification has it and adds it as the new one does. The old
@@ -32,13 +30,13 @@ Steering steer(const Direction& direction, uint8_t queue_index) {
 int32_t move_flow(const Direction& direction, const ClfType& type, AlternatingRow<Clf>& row,
                   const char* operation) {
     row.show_before();
-    int32_t lRet = distribute(direction, type, kDeleteFlow, operation);
+    int32_t lRet = distribute(direction, type, kDeleteFlow);
     if (lRet != 0) {
         log_refusal(operation, "delete", lRet);
         return lRet;
     }
     row.show_after();
-    lRet = distribute(direction, type, kAddFlow, operation);
+    lRet = distribute(direction, type, kAddFlow);
     if (lRet != 0) {
         log_refusal(operation, "add", lRet);
         row.show_before();
@@ -55,7 +53,7 @@ bool delete_types(const Direction& direction, uint8_t clf, bool& rows_gone, cons
             ++position;
             continue;
         }
-        const int32_t lRet = distribute(direction, type, kDeleteFlow, operation);
+        const int32_t lRet = distribute(direction, type, kDeleteFlow);
         if (lRet != 0) {
             log_refusal(operation, "delete", lRet);
             return false;

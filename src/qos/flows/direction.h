@@ -44,6 +44,10 @@ struct Direction {
     int32_t (*set_queue)(Queue* request, uint32_t size);
     uint32_t queue_port;  ///< `ui_port` of its queue records
     uint32_t flow_code;   ///< `em_direction` of its flow records
+    /// In whose name the log tells of a flow that is distributed, and of one that follows its
+    /// queue.
+    const char* distribution;
+    const char* remarking;
 };
 
 /// The upstream remembers in `g_ui`, the downlink in `g_downlink`.

@@ -92,13 +92,14 @@ Verdict judge(const ClfType& type, uint32_t em_type) {
     }
 }
 
-uint32_t queue_of(const Direction& direction, const Clf& clf, const char* operation) {
+uint32_t queue_of(const Direction& direction, const Clf& clf) {
     if (direction.state.remark_priority_flag != 1) return clf.ucQueueNum;
     for (int32_t position = 0; position < kQueues; ++position) {
         Queue queue;
         if (!read_row(direction.queues, position, queue) || queue.ucQueueIndex != clf.ucQueueNum)
             continue;
-        QOS_LOG_AS(operation, "QosQueueEntry.ucPriority [%d].\r\n\r\n", queue.ucPriority);
+        QOS_LOG_AS(direction.distribution, "QosQueueEntry.ucPriority [%d].\r\n\r\n",
+                   queue.ucPriority);
         return queue.ucPriority;
     }
     return clf.ucQueueNum;
@@ -145,8 +146,8 @@ int32_t igdCmQosIpAddrFormatAchieve(const char* text) {
     return inet_pton(AF_INET, text, &address) == 1 ? 1 : 0;
 }
 
-int32_t appcfg::qos::distribute(const Direction& direction, const ClfType& type, uint32_t action,
-                                const char* operation) {
+int32_t appcfg::qos::distribute(const Direction& direction, const ClfType& type, uint32_t action) {
+    const char* operation = direction.distribution;
     QOS_LOG_AS(operation, "Classification action is [%d].\r\n\r\n", action);
     LOG_COLUMNS(kQosLog, operation, direction.types, &type);
     Settings settings{};
@@ -159,7 +160,7 @@ int32_t appcfg::qos::distribute(const Direction& direction, const ClfType& type,
     if (settings.enabled != 1) return 0;
     zu_sal_qos_flow_queue_s flow = flow_of(direction, settings, clf, type);
     flow.ui_enable = action == kAddFlow;
-    flow.ui_queue = queue_of(direction, clf, operation);
+    flow.ui_queue = queue_of(direction, clf);
     const uint32_t em_type = platform_type(type);
     if (em_type == kUnknownType) {
         QOS_LOG_AS(operation, "ucType [%d] is out of range.\r\n\r\n", type.ucType);

@@ -13,9 +13,9 @@ inline constexpr uint32_t kDeleteFlow = 2;
 /// Adds or deletes the flow of a type, by the settings and the classification that are stored.
 /// Nothing is sent, with result 0, while QoS is off, for types that the platform does not know and
 /// for values that mean nothing. IGD_CM_OPERATE_FAIL without a classification and for a range that
-/// is upside down; else the platform's result. Logs in the name of `operation`.
-[[nodiscard]] int32_t distribute(const Direction& direction, const ClfType& type, uint32_t action,
-                                 const char* operation);
+/// is upside down; else the platform's result. Logs in the name of the
+/// direction's distribution.
+[[nodiscard]] int32_t distribute(const Direction& direction, const ClfType& type, uint32_t action);
 
 /// Whether the flows of `queue` are steered by its priority, which the remark flag then says while
 /// they are distributed.

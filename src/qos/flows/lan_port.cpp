@@ -17,5 +17,6 @@ int32_t igdCmUtlLanportName2Portid(const char* name) {
     int32_t linkid = 0;
     sscanf_s(name, "%*[LAN|lan]%d", &linkid);
     QOS_LOG("linkid=%d\n\r\n", linkid);
-    return linkid - 1;
+    // The number may be any.
+    return static_cast<int32_t>(static_cast<uint32_t>(linkid) - 1);
 }

@@ -21,6 +21,15 @@ inline int32_t find_queue(const Direction& direction, uint8_t index, Queue& queu
     return find_index(direction.queues, queue, &Queue::ucQueueIndex, index);
 }
 
+/// The queue of a classification that is stored.
+inline Queue queue_of_classification(const Direction& direction, uint8_t index) {
+    Clf clf{};
+    find_classification(direction, index, clf);
+    Queue queue{};
+    find_queue(direction, clf.ucQueueNum, queue);
+    return queue;
+}
+
 inline int32_t find_type(const Direction& direction, uint8_t clf, uint8_t index, ClfType& type) {
     return find_row(direction.types, type, [=](const ClfType& row) {
         return row.ucClfIndex == clf && row.ucTypeIndex == index;

@@ -47,8 +47,8 @@ void for_each_other(const Direction& direction, int32_t position, Each each) {
 }
 
 /// Gives all queues the defaults of the plan in which the highest priority goes first.
-void RecoveryQueueToPQDefault(const Direction& direction, int32_t position, QueueRecord& own,
-                              const char* operation) {
+void RecoveryQueueToPQDefault(const Direction& direction, int32_t position, QueueRecord& own) {
+    const char* operation = __func__;
     for_each_other(direction, position, [&](const Queue& queue) {
         QueueRecord record = record_of(direction, queue, kPlanPriority);
         record.ui_weight = kStrictWeight;
@@ -108,8 +108,7 @@ bool enters_strict_plan(const FlowState& state) {
 void apply_plan(const Direction& direction, uint32_t plan, const Queue& queue, int32_t position,
                 QueueRecord& own, const char* operation) {
     const FlowState& state = direction.state;
-    if (enters_strict_plan(state))
-        return RecoveryQueueToPQDefault(direction, position, own, operation);
+    if (enters_strict_plan(state)) return RecoveryQueueToPQDefault(direction, position, own);
     const bool leaves = leaves_strict_plan(state);
     const uint32_t effective = leaves ? state.plan_new : plan;
     if (effective == kPlanWeighted)
@@ -135,20 +134,19 @@ bool is_stored_already(const Direction& direction, const Queue& request, const Q
 
 /// The queue's number no longer follows from its priority: all its flows are told so.
 int32_t remark_after_strict_plan(const Direction& direction, const Queue& row, int32_t position,
-                                 int32_t lRet, const char* operation) {
+                                 int32_t lRet) {
     Clf clf{};
     if (find_classification_of_queue(direction, row.ucQueueIndex, clf) < 0)
         return IGD_CM_OPERATE_FAIL;
     for_each_type_of(direction, clf.ucClfIndex, [&](const ClfType& type, int32_t) {
-        lRet = remark_flow(direction, row, position, type, Remark::Disabled, operation);
+        lRet = remark_flow(direction, row, position, type, Remark::Disabled);
         return 0;
     });
-    write_row(direction.queues, position, row);
-    return lRet;
+    return write_row(direction.queues, position, row) ? lRet : IGD_CM_OPERATE_FAIL;
 }
 
 int32_t remark_under_strict_plan(const Direction& direction, const Queue& row, int32_t position,
-                                 bool enable_given, int32_t lRet, const char* operation) {
+                                 bool enable_given, int32_t lRet) {
     Clf clf{};
     if (find_classification_of_queue(direction, row.ucQueueIndex, clf) < 0)
         return write_row(direction.queues, position, row) ? 0 : IGD_CM_OPERATE_FAIL;
@@ -156,9 +154,9 @@ int32_t remark_under_strict_plan(const Direction& direction, const Queue& row, i
     for_each_type_of(direction, clf.ucClfIndex, [&](const ClfType& type, int32_t) {
         if (enable_given && (enabled || direction.state.queue_init_flag != 1))
             lRet = remark_flow(direction, row, position, type,
-                               enabled ? Remark::Enabled : Remark::Disabled, operation);
+                               enabled ? Remark::Enabled : Remark::Disabled);
         else if (!enable_given && enabled)
-            lRet = remark_flow(direction, row, position, type, Remark::Changed, operation);
+            lRet = remark_flow(direction, row, position, type, Remark::Changed);
         return 0;
     });
     const bool stored = write_row(direction.queues, position, row);
@@ -189,19 +187,20 @@ int32_t set_queue(const Direction& direction, const Queue& request, const char* 
     QueueRecord record = record_of(direction, row, kPlanPriority);
     apply_plan(direction, settings.plan, row, position, record, operation);
     const int32_t lRet = send_queue(record, operation);
-    if (leaves) return remark_after_strict_plan(direction, row, position, lRet, operation);
+    if (leaves) return remark_after_strict_plan(direction, row, position, lRet);
     if (settings.plan != kPlanStrict)
         return write_row(direction.queues, position, row) ? lRet : IGD_CM_OPERATE_FAIL;
     return remark_under_strict_plan(direction, row, position, request.ulBitmap & Queue::Enable,
-                                    lRet, operation);
+                                    lRet);
 }
 
 int32_t remark_flow(const Direction& direction, const Queue& row, int32_t position,
-                    const ClfType& type, Remark how, const char* operation) {
+                    const ClfType& type, Remark how) {
+    const char* operation = direction.remarking;
     uint32_t& by_priority = direction.state.remark_priority_flag;
     QOS_LOG_AS(operation, "action[%d].\r\n\r\n", static_cast<int>(how));
     if (how != Remark::Enabled) by_priority = 1;
-    int32_t lRet = distribute(direction, type, kDeleteFlow, operation);
+    int32_t lRet = distribute(direction, type, kDeleteFlow);
     if (lRet == 0)
         write_row(direction.queues, position, row);
     else
@@ -210,7 +209,7 @@ int32_t remark_flow(const Direction& direction, const Queue& row, int32_t positi
                    "[%08x].\r\n\r\n",
                    static_cast<uint32_t>(lRet));
     by_priority = how != Remark::Disabled;
-    lRet = distribute(direction, type, kAddFlow, operation);
+    lRet = distribute(direction, type, kAddFlow);
     if (lRet != 0)
         QOS_LOG_AS(operation,
                    "Call igdCmQosClassificationAttrDistribute() action [add] failed with lRet "

@@ -24,6 +24,6 @@ enum class Remark : uint32_t {
 
 /// Takes one type's flow through it; the queue's row is stored in between. Result of the add.
 int32_t remark_flow(const Direction& direction, const Queue& row, int32_t position,
-                    const ClfType& type, Remark how, const char* operation);
+                    const ClfType& type, Remark how);
 
 }  // namespace appcfg::qos

@@ -17,17 +17,13 @@ enum class Refused { Add, Delete, DeleteBeforeAdd, AddAfterDelete };
 /// (`refused`), and of every type that an Action::None leaves alone (`nothing`).
 template <class Row, class Report>
 void reapply_types(const Direction& direction, Action action, uint32_t plan_before,
-                   bool plan_changed, AlternatingRow<Row>& row, const char* operation,
-                   const Report& report) {
+                   bool plan_changed, AlternatingRow<Row>& row, const Report& report) {
     const auto tell = [&](const ClfType& type, uint32_t what, Refused kind) {
-        const int32_t lRet = distribute(direction, type, what, operation);
+        const int32_t lRet = distribute(direction, type, what);
         if (lRet != 0) report.refused(kind, lRet);
     };
     for_each_row(direction.types, [&](const ClfType& type, int32_t) {
-        Clf clf{};
-        find_classification(direction, type.ucClfIndex, clf);
-        Queue queue{};
-        find_queue(direction, clf.ucQueueNum, queue);
+        const Queue queue = queue_of_classification(direction, type.ucClfIndex);
         const bool by_priority = !plan_changed && steers_by_priority(direction, plan_before, queue);
         Steering steering(direction, by_priority);
         report.queue(queue, by_priority);

@@ -23,4 +23,11 @@ class Steering {
     const bool by_priority_;
 };
 
+/// By the settings that are stored now.
+inline Steering steer(const Direction& direction, const Queue& queue) {
+    Settings settings{};
+    static_cast<void>(direction.read_settings(settings));
+    return {direction, steers_by_priority(direction, settings.plan, queue)};
+}
+
 }  // namespace appcfg::qos

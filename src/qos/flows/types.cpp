@@ -22,7 +22,7 @@ bool is_text_type(uint8_t type) {
 /// A type's value as a number: LAN ports count from 1, everything else may be decimal, octal or
 /// hexadecimal.
 uint32_t number_of(uint8_t type, const char* text) {
-    if (type == kLanPortType) return static_cast<uint32_t>(igdCmUtlLanportName2Portid(text) + 1);
+    if (type == kLanPortType) return static_cast<uint32_t>(igdCmUtlLanportName2Portid(text)) + 1;
     return static_cast<uint32_t>(std::strtoll(text, nullptr, 0));
 }
 
@@ -73,33 +73,21 @@ void merge(const ClfType& request, ClfType& row) {
     row.ulBitmap |= selected;
 }
 
-/// The classification's queue decides how its flows are steered.
-Steering steer(const Direction& direction, uint8_t clf_index, const char* operation) {
-    Settings settings{};
-    static_cast<void>(direction.read_settings(settings));
-    Clf clf{};
-    find_classification(direction, clf_index, clf);
-    Queue queue{};
-    find_queue(direction, clf.ucQueueNum, queue);
-    QOS_LOG_AS(operation, "QosQueueEntry.ucQueueIndex [%d].\r\n\r\n", queue.ucQueueIndex);
-    return {direction, steers_by_priority(direction, settings.plan, queue)};
-}
-
 /// Replaces a type's flow; the old one is added again if the platform refuses the new one.
 bool replace_flow(const Direction& direction, const ClfType& old, const ClfType& merged,
                   const char* operation) {
-    if (const int32_t lRet = distribute(direction, old, kDeleteFlow, operation); lRet != 0)
+    if (const int32_t lRet = distribute(direction, old, kDeleteFlow); lRet != 0)
         QOS_LOG_AS(operation,
                    "Call igdCmQosClassificationAttrDistribute() action [delete] failed with lRet "
                    "[%08x].\r\n\r\n",
                    static_cast<uint32_t>(lRet));
-    const int32_t lRet = distribute(direction, merged, kAddFlow, operation);
+    const int32_t lRet = distribute(direction, merged, kAddFlow);
     if (lRet == 0) return true;
     QOS_LOG_AS(operation,
                "Call igdCmQosClassificationAttrDistribute() action [add] failed with lRet "
                "[%08x].\r\n\r\n",
                static_cast<uint32_t>(lRet));
-    static_cast<void>(distribute(direction, old, kAddFlow, operation));
+    static_cast<void>(distribute(direction, old, kAddFlow));
     return false;
 }
 
@@ -120,7 +108,7 @@ int32_t add_type(const Direction& direction, ClfType& request, const char* opera
         return IGD_CM_OPERATE_FULL;
     }
     if (request.ulBitmap != 0) {
-        const int32_t lRet = distribute(direction, request, kAddFlow, operation);
+        const int32_t lRet = distribute(direction, request, kAddFlow);
         if (lRet != 0) {
             QOS_LOG_AS(operation,
                        "Call igdCmQosClassificationAttrDistribute() failed with lRet "
@@ -151,7 +139,7 @@ int32_t set_type(const Direction& direction, const ClfType& request, const char*
     }
     ClfType merged = old;
     merge(request, merged);
-    Steering steering = steer(direction, request.ucClfIndex, operation);
+    Steering steering = steer(direction, queue_of_classification(direction, request.ucClfIndex));
     const bool done = replace_flow(direction, old, merged, operation) &&
                       write_row(direction.types, position, merged);
     steering.lower();
@@ -164,8 +152,10 @@ int32_t delete_type(const Direction& direction, const ClfType& request, const ch
     ClfType type{};
     const int32_t position = find_type(direction, request.ucClfIndex, request.ucTypeIndex, type);
     if (position < 0) return 0;
-    Steering steering = steer(direction, request.ucClfIndex, operation);
-    if (const int32_t lRet = distribute(direction, type, kDeleteFlow, operation); lRet != 0) {
+    const Queue queue = queue_of_classification(direction, request.ucClfIndex);
+    QOS_LOG_AS(operation, "QosQueueEntry.ucQueueIndex [%d].\r\n\r\n", queue.ucQueueIndex);
+    Steering steering = steer(direction, queue);
+    if (const int32_t lRet = distribute(direction, type, kDeleteFlow); lRet != 0) {
         QOS_LOG_AS(operation,
                    "Call igdCmQosClassificationAttrDistribute() faild with lRet [%08x].\r\n\r\n",
                    static_cast<uint32_t>(lRet));

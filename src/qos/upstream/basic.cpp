@@ -1,6 +1,7 @@
 #include <string_view>
 
 #include "base/tokens.h"
+#include "board/factory_mode.h"
 #include "core/alternating_row.h"
 #include "core/bounded.h"
 #include "core/record_log.h"
@@ -8,7 +9,6 @@
 #include "qos/flows/queues.h"
 #include "qos/flows/reapplication.h"
 #include "qos/qos.h"
-#include "qos/startup/factory_mode.h"
 #include "records/qos.h"
 
 using namespace appcfg;
@@ -40,15 +40,14 @@ uint32_t kind_of_traffic(std::string_view name) {
 
 /// Fills the template with the kinds of traffic that `aucMode` names; what does not fit is left
 /// out.
-void igdCmQosModeResolveFromName(const char (&aucMode)[32], uint32_t (&em_mode)[11],
-                                 const char* operation) {
+void igdCmQosModeResolveFromName(const char (&aucMode)[32], uint32_t (&em_mode)[11]) {
     char work[64] = {};
     cut_text(work, aucMode);
     base::Tokens tokens(work, ",");
     std::string_view token;
     for (size_t i = 0; i < std::size(em_mode) && tokens.next(token); ++i) {
         em_mode[i] = kind_of_traffic(token);
-        QOS_LOG_AS(operation, "modeValue[%d] = [%02x].\r\n\r\n", static_cast<int>(i), em_mode[i]);
+        QOS_LOG("modeValue[%d] = [%02x].\r\n\r\n", static_cast<int>(i), em_mode[i]);
     }
 }
 
@@ -64,7 +63,7 @@ void log_uplink(const zu_sal_qos_uplink_s& uplink, const char* operation) {
 zu_sal_qos_uplink_s uplink_of(const Basic& basic, const char* operation) {
     zu_sal_qos_uplink_s uplink;
     zero(uplink);
-    igdCmQosModeResolveFromName(basic.aucMode, uplink.em_mode, operation);
+    igdCmQosModeResolveFromName(basic.aucMode, uplink.em_mode);
     uplink.ui_enable = basic.ucQosEnable;
     uplink.ui_force_weight_en = basic.ucEnableForceWeight;
     uplink.ui_band_width = basic.ucQosEnable == 1 ? basic.ulBandwidth : 0;
@@ -157,8 +156,7 @@ int32_t apply(const Basic& before, const Basic& after, bool plan_changed,
     // Queues leave the strict plan before the flows are distributed, and enter it after them.
     if (g_ui.plan_change_flag == 1 && g_ui.plan_old == kPlanStrict) follow_plan_change(upstream);
     if (lRet == 0) {
-        reapply_types(upstream, action, before.ucPlan, plan_changed, row, operation,
-                      TypeReport{operation});
+        reapply_types(upstream, action, before.ucPlan, plan_changed, row, TypeReport{operation});
         reapply_apps(action, operation);
         reapply_limits(action, operation);
     }
@@ -194,7 +192,7 @@ int32_t igdCmQosBasicAttrInit() {
     g_ui.basic_init_flag = 1;
     Basic basic{};
     static_cast<void>(read_row(basic_table, 0, basic));
-    if (is_factory_mode()) {
+    if (board::is_factory_mode()) {
         basic.ucQosEnable = 0;
         basic.ulBitmap = Basic::Enable;
         QOS_LOG("############ factory mode, disable qos############\n\r\n");

@@ -74,5 +74,5 @@ int32_t igdCmQosClfTypeEntryNumGet(uint32_t* count, uint32_t size) {
 }
 
 int32_t igdCmQosClassificationAttrDistribute(const ClfType& type, uint32_t action) {
-    return distribute(upstream, type, action, __func__);
+    return distribute(upstream, type, action);
 }

@@ -30,6 +30,8 @@ constinit const Direction upstream{
     .set_queue = igdCmQosQueueAttrSet,
     .queue_port = platform::kWanPort,
     .flow_code = platform::kUpstream,
+    .distribution = "igdCmQosClassificationAttrDistribute",
+    .remarking = "igdCmQosQueueRemark",
 };
 
 }  // namespace appcfg::qos
