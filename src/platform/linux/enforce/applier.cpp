@@ -24,6 +24,9 @@ namespace {
 
 constexpr int64_t kPauseMs = 10;
 constexpr int64_t kLongestMs = 100;
+/// The same for what takes something away.
+constexpr int64_t kLongPauseMs = 50;
+constexpr int64_t kPatienceMs = 500;
 constexpr int64_t kFirstRetryMs = 1000;
 constexpr int64_t kLastRetryMs = 60'000;
 constexpr int64_t kBetweenRepairsMs = 1000;
@@ -34,6 +37,7 @@ bool g_on;
 uloop_timeout g_timer;
 /// When the oldest change that waits was made; 0: none waits.
 int64_t g_since;
+int64_t g_last_change;
 int64_t g_retry_ms;
 int64_t g_last_repair;
 std::string g_error;
@@ -62,6 +66,25 @@ Texts differences() {
         if (held == g_in_force.end() || held->second != text) texts[service.name] = std::move(text);
     }
     return texts;
+}
+
+bool has_line(std::string_view text, std::string_view line) {
+    for (size_t at = 0; (at = text.find(line, at)) != text.npos; ++at)
+        if (at == 0 || text[at - 1] == '\n') return true;
+    return false;
+}
+
+/// Whether a rule that is in force would be no more.
+bool takes_away(const Texts& texts) {
+    for (const auto& [service, text] : texts) {
+        const std::string_view held = g_in_force[service];
+        for (size_t begin = 0; begin < held.size();) {
+            const auto end = held.find('\n', begin) + 1;
+            if (!has_line(text, held.substr(begin, end - begin))) return true;
+            begin = end;
+        }
+    }
+    return false;
 }
 
 bool commit(const std::string& tables, const Texts& texts) {
@@ -104,13 +127,21 @@ void retry_later() {
 }
 
 // The file comes first: whoever is killed in between finds in it what the kernel is to hold.
-void apply(uloop_timeout*) {
+void apply() {
     g_since = 0;
     if (g_start_over) g_last_repair = now_ms();
     memory_rewrite();
     if (!commit_all()) return retry_later();
     g_error.clear();
     g_retry_ms = 0;
+}
+
+// A replay begins by taking everything away, and on a busy machine the caller may pause in it.
+void on_timer(uloop_timeout*) {
+    const auto now = now_ms();
+    const bool may_go_on = now < g_last_change + kLongPauseMs && now < g_since + kPatienceMs;
+    if (may_go_on && takes_away(differences())) return set_timer(kPauseMs);
+    apply();
 }
 
 void repair() {
@@ -156,9 +187,8 @@ bool start(std::string& error) {
         return false;
     }
     g_on = g_start_over = true;
-    g_timer.cb = apply;
-    changed();
-    settle();
+    g_timer.cb = on_timer;
+    apply();
     return true;
 }
 
@@ -168,15 +198,15 @@ bool is_on() {
 
 void changed() {
     if (!g_on) return;
-    const auto now = now_ms();
-    if (g_since == 0) g_since = now;
-    set_timer(std::min(kPauseMs, g_since + kLongestMs - now));
+    g_last_change = now_ms();
+    if (g_since == 0) g_since = g_last_change;
+    set_timer(std::min(kPauseMs, g_since + kLongestMs - g_last_change));
 }
 
 void settle() {
-    if (!g_on || g_since == 0) return;
+    if (!g_on || g_since == 0 || takes_away(differences())) return;
     uloop_timeout_cancel(&g_timer);
-    apply(&g_timer);
+    apply();
 }
 
 bool release(std::string& error) {
