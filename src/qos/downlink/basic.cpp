@@ -1,3 +1,4 @@
+#include "board/factory_mode.h"
 #include "core/alternating_row.h"
 #include "core/bounded.h"
 #include "core/log.h"
@@ -6,7 +7,6 @@
 #include "qos/flows/queues.h"
 #include "qos/flows/reapplication.h"
 #include "qos/qos.h"
-#include "qos/startup/factory_mode.h"
 #include "records/qos.h"
 
 using namespace appcfg;
@@ -113,7 +113,7 @@ int32_t igd_cm_downlink_qos_basic_init() {
     g_downlink.basic_init_flag = 1;
     DownlinkBasic basic{};
     static_cast<void>(read_row(downlink_basic_table, 0, basic));
-    if (is_factory_mode()) {
+    if (board::is_factory_mode()) {
         QOS_LOG("############ factory mode, disable qos############\n\r\n");
         basic.qos_enable = 0;
         basic.ulBitmap = DownlinkBasic::Enable;

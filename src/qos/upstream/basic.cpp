@@ -1,6 +1,7 @@
 #include <string_view>
 
 #include "base/tokens.h"
+#include "board/factory_mode.h"
 #include "core/alternating_row.h"
 #include "core/bounded.h"
 #include "core/record_log.h"
@@ -8,7 +9,6 @@
 #include "qos/flows/queues.h"
 #include "qos/flows/reapplication.h"
 #include "qos/qos.h"
-#include "qos/startup/factory_mode.h"
 #include "records/qos.h"
 
 using namespace appcfg;
@@ -192,7 +192,7 @@ int32_t igdCmQosBasicAttrInit() {
     g_ui.basic_init_flag = 1;
     Basic basic{};
     static_cast<void>(read_row(basic_table, 0, basic));
-    if (is_factory_mode()) {
+    if (board::is_factory_mode()) {
         basic.ucQosEnable = 0;
         basic.ulBitmap = Basic::Enable;
         QOS_LOG("############ factory mode, disable qos############\n\r\n");
