@@ -48,7 +48,7 @@ BusCall type(const char* method, int clf, int index, int port) {
 
 BusCall host(const char* method, int number) {
     char mac[18];
-    std::snprintf(mac, sizeof(mac), "02:00:00:00:01:%02X", number);
+    std::snprintf(mac, sizeof(mac), "02:00:00:00:01:%02X", static_cast<uint8_t>(number));
     return {kQos, method,
             R"({"up_bandwidth":100,"dn_bandwidth":100,"macaddr":")" + std::string(mac) + "\"}"};
 }

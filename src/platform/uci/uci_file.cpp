@@ -11,6 +11,7 @@
 #include <string>
 #include <utility>
 
+#include "base/patience.h"
 #include "base/replace_file.h"
 #include "platform/uci/former_file.h"
 #include "platform/uci/libuci_peers.h"
@@ -24,8 +25,6 @@ using namespace storage;
 UciDirectories uci_directories = {"/etc/config", "/rom/config"};
 
 namespace {
-
-constexpr int kReadAttempts = 3;
 
 int64_t in_ns(const timespec& time) {
     return int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
@@ -91,14 +90,19 @@ bool UciFile::load() {
 // The file that was read is kept open, so that its number is not given to another one. What this
 // cannot see is a change made in place that keeps the size and falls into the same tick of the
 // clock (a few milliseconds) as the change before it: no program on a gateway writes packages so.
+//
+// A file that is just being replaced has no name any more before its successor has it; whoever does
+// that may be interrupted there.
 bool UciFile::read_if_changed() {
-    for (int attempt = 0; attempt < kReadAttempts; ++attempt) {
+    bool again = true;
+    for (const base::Wait wait; again; again = wait.pause()) {
         struct stat now;
         if (stat(path_, &now) != 0) break;
         if (loaded_fd_ >= 0 && state_ == UciFileState::of(now)) return package_ != nullptr;
         const int fd = open(path_, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
         if (fd < 0) break;
         if (read_from(fd)) return package_ != nullptr;
+        forget();
     }
     forget();
     return false;
