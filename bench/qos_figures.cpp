@@ -12,8 +12,8 @@ constexpr int kTypes = 4;
 constexpr int kFlows = kClassifications * kTypes;
 constexpr int kQueues = 8;
 // Of a change of the basic row, the flows not counted; of a replay, the hosts not counted.
-constexpr int kBasicCalls = 4;
-constexpr int kReplayCalls = 100;
+constexpr int kBasicCalls = 3;
+constexpr int kReplayCalls = 135;
 
 BusCall basic(int enable, int bandwidth) {
     return {kQos, "qos_basic_attr_set",
@@ -46,11 +46,12 @@ BusCall type(const char* method, int clf, int index, int port) {
                 R"(","aucMin":")" + text + "\"}"};
 }
 
+/// Limited in one direction: there are not enough profiles for 100 hosts with two each.
 BusCall host(const char* method, int number) {
     char mac[18];
     std::snprintf(mac, sizeof(mac), "02:00:00:00:01:%02X", static_cast<uint8_t>(number));
     return {kQos, method,
-            R"({"up_bandwidth":100,"dn_bandwidth":100,"macaddr":")" + std::string(mac) + "\"}"};
+            R"({"up_bandwidth":100,"dn_bandwidth":0,"macaddr":")" + std::string(mac) + "\"}"};
 }
 
 void add_tree(std::vector<BusCall>& calls) {
@@ -90,9 +91,9 @@ constexpr const char* kNewHostChain[] = {"ebtables", "-t", "nat", "-N", "ZU_DEVS
 constexpr const char* kNewChain[] = {"iptables", "-t", "mangle", "-N", "ZU_QOS_CHAIN_0", nullptr};
 constexpr const char* kNewChain6[] = {"ip6tables", "-t", "mangle", "-N", "ZU_QOS_CHAIN_0", nullptr};
 
-// Two chains and two rules; two profiles and what has been learnt of the host.
-constexpr int kHostCommands = 4;
-constexpr int kHostCalls = 3;
+// Two chains and a rule; a profile and what has been learnt of the host.
+constexpr int kHostCommands = 3;
+constexpr int kHostCalls = 2;
 
 Figure lan_host_add_at(int hosts) {
     Figure figure{.name = "lanhost_bw_add at " + std::to_string(hosts),
@@ -117,9 +118,9 @@ Figure replay_of_full_tables() {
                                   .commands = {{kNewChain, kChainCommands},
                                                {kNewChain6, kChainCommands},
                                                {kNewHostChain, 4 + kHosts * kHostCommands}},
-                                  .rounds = 5});
-    // Every host's new profiles are stored.
-    figure.replacements = kHosts;
+                                  .rounds = 3});
+    // The hosts get the profiles again that are stored with them.
+    figure.replacements = 0;
     add_hosts(figure.set_up, "lanhost_bw_add", kHosts);
     add_hosts(figure.tear_down, "lanhost_bw_del", kHosts);
     return figure;
