@@ -279,6 +279,17 @@ TEST_F(Vsuci, AHoldThatWasOvertakenFailsInsteadOfChangingAnotherRow) {
     EXPECT_EQ(get("app_t", "@ROW[0]", "a"), "another");
 }
 
+// Quotes take four times the room that they may have had in a file made by hand.
+TEST_F(Vsuci, APackageDoesNotGrowWithoutBounds) {
+    const std::string text = "config r 'r'\n\toption a \"" + std::string(3 << 20, '\'') + "\"\n";
+    write("app_t", text);
+    EXPECT_EQ(vsuci_set("app_t", "r", "b", "1"), -1);
+    EXPECT_EQ(read("app_t"), text);
+    EXPECT_EQ(vsuci_set("app_t", "r", "a", std::string(4 << 20, 'x').c_str()), -1);
+    EXPECT_EQ(vsuci_set("app_t", "r", "a", std::string(2 << 20, 'x').c_str()), 0);
+    EXPECT_EQ(entries(), std::set<std::string>{"app_t"});
+}
+
 TEST_F(Vsuci, WhatDoesNotParseIsLeftAsItIs) {
     char name[128];
     const std::string texts[] = {"config\n",
