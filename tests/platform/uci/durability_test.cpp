@@ -215,7 +215,7 @@ TEST_F(Alternation, WhatOthersWriteMeanwhileStays) {
         }
         EXPECT_TRUE(show(1));
     }
-    EXPECT_EQ(wait(start([] { return add_row("app_t", 7); })), 0);
+    EXPECT_EQ(start([] { return add_row("app_t", 7); }).end(), 0);
     EXPECT_TRUE(show(0) && show(1) && show(0));
     EXPECT_EQ(vsuci_settle("app_t"), 0);
     EXPECT_EQ(shown(), row(0) + others + row(7) + "\n");
@@ -227,19 +227,15 @@ TEST_F(Alternation, ACommitOfTheCommandLineToolIsNotUndoneNorUndoesAChange) {
     const std::string line =
         "export u=\"" UCI_TOOL_PATH " -c " + config + " -t " + folder +
         "/save\"; for n in `seq 30`; do $u set app_t.tool$n=TOOL; $u commit app_t || exit 1; done";
-    const pid_t tool = start([&] {
+    const Child tool = start([&] {
         execl("/bin/sh", "sh", "-c", line.c_str(), nullptr);
         return false;
     });
     vsuci_alternate("app_t");
-    int ended = 0;
-    int status = -1;
-    for (int n = 0; ended == 0; ++n) {
+    for (int n = 0; tool.alive(); ++n) {
         EXPECT_TRUE(show(n % 2));
         EXPECT_EQ(get("app_t", "@ROW[0]", "b"), std::to_string(n % 2));
-        ended = waitpid(tool, &status, WNOHANG);
     }
-    EXPECT_EQ(status, 0);
     EXPECT_EQ(vsuci_settle("app_t"), 0);
     EXPECT_EQ(whole_rows(), 1);
     EXPECT_EQ(total("app_t", "TOOL"), 30);
@@ -251,17 +247,19 @@ TEST_F(Alternation, AnErrorOrAKillAtAnyStepLeavesOneOfTheTwo) {
         bool over = false;
         int step = 0;
         for (; !over && step < 60; ++step) {
-            const int status = wait(start([&] {
-                reopen();
-                arm(kind, step);
-                vsuci_alternate("app_t");
-                for (int n = 1; n <= 4; ++n)
-                    if (show(n % 2) && read("app_t") != row(n % 2) + "\n") return false;
-                static_cast<void>(!vsuci_settle("app_t"));
-                const bool reached = disarm();
-                if (reached && entries() != std::set<std::string>{"app_t"}) return false;
-                _exit(reached ? 0 : 2);
-            }));
+            const int status = start([&] {
+                                   reopen();
+                                   arm(kind, step);
+                                   vsuci_alternate("app_t");
+                                   for (int n = 1; n <= 4; ++n)
+                                       if (show(n % 2) && read("app_t") != row(n % 2) + "\n")
+                                           return false;
+                                   static_cast<void>(!vsuci_settle("app_t"));
+                                   const bool reached = disarm();
+                                   if (reached && entries() != std::set<std::string>{"app_t"})
+                                       return false;
+                                   _exit(reached ? 0 : 2);
+                               }).end();
             over = WIFEXITED(status) && WEXITSTATUS(status) == 2;
             EXPECT_TRUE(over || status == (kind == Fault::Kill ? SIGKILL : 0)) << step;
             EXPECT_EQ(whole_rows(), 1) << step;
