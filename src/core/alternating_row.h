@@ -12,8 +12,7 @@ template <class Row>
 class AlternatingRow {
   public:
     /// The row at `position` is stored as `before`.
-    AlternatingRow(const TableOf<Row>& table, int32_t position, const Row& before,
-                   const Row& after)
+    AlternatingRow(const TableOf<Row>& table, int32_t position, const Row& before, const Row& after)
         : table_(table),
           position_(position),
           before_(before),

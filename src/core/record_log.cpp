@@ -52,8 +52,7 @@ void log_bytes(const Line& at, const char* name, const uint8_t* bytes, size_t si
     log_line(at.source, at.operation, at.line, "%s [%s].\r\n\r\n", name, digits);
 }
 
-void log_element(const Line& at, const char* name, const RecordField& field,
-                 const uint8_t* value) {
+void log_element(const Line& at, const char* name, const RecordField& field, const uint8_t* value) {
     switch (field.kind) {
         case FieldKind::Unsigned:
         case FieldKind::Signed:
@@ -73,8 +72,7 @@ void log_element(const Line& at, const char* name, const RecordField& field,
     }
 }
 
-void log_field(const Line& at, const char* label, const RecordField& field,
-               const uint8_t* record) {
+void log_field(const Line& at, const char* label, const RecordField& field, const uint8_t* record) {
     for (uint16_t i = 0; i < field.count; ++i) {
         char name[kNameSize];
         if (field.count > 1 || field.kind == FieldKind::Group)

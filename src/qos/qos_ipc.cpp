@@ -25,10 +25,9 @@ int32_t list_downlink_type_indexes() {
 
 int32_t list_downlink_types() {
     ClfType row{};
-    const int32_t stopped =
-        walk_rows(downlink_clf_type_table, row, [](const ClfType& type, int32_t) {
-            return zu_owal_ipc_append(&type, sizeof(type)) != 0;
-        });
+    const int32_t stopped = walk_rows(
+        downlink_clf_type_table, row,
+        [](const ClfType& type, int32_t) { return zu_owal_ipc_append(&type, sizeof(type)) != 0; });
     return stopped < 0 ? 0 : IGD_CM_OPERATE_FAIL;
 }
 
@@ -54,15 +53,18 @@ constexpr zu_owal_ipc_entry kEntries[] = {
     ipc_entry<igdCmQosAppEntryNumGet>("zu_igdCmQosAppEntryNumGet_cli_call"),
     ipc_entry<igdCmQosQueueAttrSet>("zu_igdCmQosQueueAttrSet_cli_call"),
     ipc_entry<igdCmQosQueueAttrGet>("zu_igdCmQosQueueAttrGet_cli_call"),
-    ipc_text_entry<igdCmQosFlowLimitAttrSet, flow_limit_table>("zu_igdCmQosFlowLimitAttrSet_cli_call"),
+    ipc_text_entry<igdCmQosFlowLimitAttrSet, flow_limit_table>(
+        "zu_igdCmQosFlowLimitAttrSet_cli_call"),
     ipc_entry<igdCmQosFlowLimitAttrGet>("zu_igdCmQosFlowLimitAttrGet_cli_call"),
     ipc_entry<igd_cm_downlink_qos_basic_set>("zu_igd_cm_downlink_qos_basic_set_cli_call"),
     ipc_entry<igd_cm_downlink_qos_clf_add>("zu_igd_cm_downlink_qos_clf_add_cli_call"),
     ipc_entry<igd_cm_downlink_qos_clf_del>("zu_igd_cm_downlink_qos_clf_del_cli_call"),
     ipc_entry<igd_cm_downlink_qos_clf_set>("zu_igd_cm_downlink_qos_clf_set_cli_call"),
-    ipc_text_entry<igd_cm_downlink_qos_clf_type_add, downlink_clf_type_table>("zu_igd_cm_downlink_qos_clf_type_add_cli_call"),
+    ipc_text_entry<igd_cm_downlink_qos_clf_type_add, downlink_clf_type_table>(
+        "zu_igd_cm_downlink_qos_clf_type_add_cli_call"),
     ipc_entry<igd_cm_downlink_qos_clf_type_del>("zu_igd_cm_downlink_qos_clf_type_del_cli_call"),
-    ipc_text_entry<igd_cm_downlink_qos_clf_type_set, downlink_clf_type_table>("zu_igd_cm_downlink_qos_clf_type_set_cli_call"),
+    ipc_text_entry<igd_cm_downlink_qos_clf_type_set, downlink_clf_type_table>(
+        "zu_igd_cm_downlink_qos_clf_type_set_cli_call"),
     ipc_listing<list_downlink_type_indexes>(
         "zu_igd_cm_downlink_qos_clf_type_get_all_index_cli_call"),
     ipc_listing<list_downlink_types>("zu_igd_cm_downlink_qos_clf_type_get_all_entry_cli_call"),

@@ -3,8 +3,8 @@
 #include "core/outcome.h"
 #include "qos/qos_records.h"
 
-// What front ends ask of QoS in other steps than the operations have. Success, or the operation that
-// failed, by the text that front ends know.
+// What front ends ask of QoS in other steps than the operations have. Success, or the operation
+// that failed, by the text that front ends know.
 
 namespace appcfg::qos {
 

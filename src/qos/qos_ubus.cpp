@@ -21,7 +21,7 @@ constexpr Argument kLanHostArguments[] = {
 };
 
 constexpr Argument kBasicArguments[] = {
-    ARGUMENT(BasicRequest, basic.aucMode).named("aucMode").or_cut(),
+    ARGUMENT(BasicRequest, basic.aucMode).named("aucMode"),
     ARGUMENT(BasicRequest, basic.ucQosEnable).named("ucQosEnable"),
     ARGUMENT(BasicRequest, basic.ucPlan).named("ucPlan"),
     ARGUMENT(BasicRequest, basic.ucEnableForceWeight).named("ucEnableForceWeight"),
@@ -59,9 +59,9 @@ constexpr Argument kFlowLimitArguments[] = {
 };
 
 constexpr Argument kDownlinkArguments[] = {
-    ARGUMENT(DownlinkBasic, qos_enable),       ARGUMENT(DownlinkBasic, plan),
+    ARGUMENT(DownlinkBasic, qos_enable),          ARGUMENT(DownlinkBasic, plan),
     ARGUMENT(DownlinkBasic, enable_force_weight), ARGUMENT(DownlinkBasic, enable_dscp_mark),
-    ARGUMENT(DownlinkBasic, bandwidth),        ARGUMENT(DownlinkBasic, enable_8021p),
+    ARGUMENT(DownlinkBasic, bandwidth),           ARGUMENT(DownlinkBasic, enable_8021p),
 };
 
 constexpr Argument kProfileArguments[] = {ARGUMENT(SmartProfile, rate_limit)};

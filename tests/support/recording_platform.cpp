@@ -5,6 +5,7 @@
 #include <map>
 #include <utility>
 
+#include "zu_ebtables.h"
 #include "zu_ipc.h"
 #include "zu_log.h"
 #include "zu_services.h"
@@ -35,6 +36,13 @@ int32_t record_call(const char* name, bool queued, const void* record, uint32_t 
     calls.push_back({name, queued, {bytes, bytes + size}});
     const auto refusal = refusals.find(name);
     return refusal == refusals.end() || refusal->second.after-- > 0 ? 0 : refusal->second.result;
+}
+
+int32_t record_texts(const char* name, std::initializer_list<const char*> texts) {
+    std::string line;
+    for (const char* text : texts)
+        line += (line.empty() ? "" : " ") + std::string(text);
+    return record_call(name, false, line.c_str(), static_cast<uint32_t>(line.size() + 1));
 }
 
 int32_t record_words(const char* name, std::vector<uint32_t> words) {
@@ -158,4 +166,18 @@ int32_t zu_netif_set_sport_flow(uint32_t port, uint32_t index, uint32_t value) {
 }
 int32_t zu_netif_set_cpu_rate(uint32_t rate) {
     return record_words(__func__, {rate});
+}
+
+int32_t zu_ebtables_newchain(const char* table, const char* chain, const char* policy) {
+    return record_texts(__func__, {table, chain, policy});
+}
+int32_t zu_ebtables_rule_op(const char* table, const char* op, const char* chain,
+                            const char* rule) {
+    return record_texts(__func__, {table, op, chain, rule});
+}
+int32_t zu_ebtables_flushchain(const char* table, const char* chain) {
+    return record_texts(__func__, {table, chain});
+}
+int32_t zu_ebtables_delchain(const char* table, const char* chain) {
+    return record_texts(__func__, {table, chain});
 }

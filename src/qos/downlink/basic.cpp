@@ -1,3 +1,4 @@
+#include "board/factory_mode.h"
 #include "core/alternating_row.h"
 #include "core/bounded.h"
 #include "core/log.h"
@@ -6,7 +7,6 @@
 #include "qos/flows/queues.h"
 #include "qos/flows/reapplication.h"
 #include "qos/qos.h"
-#include "qos/startup/factory_mode.h"
 #include "records/qos.h"
 
 using namespace appcfg;
@@ -16,7 +16,8 @@ using namespace platform;
 namespace {
 
 /// Outside of a start every call counts as a change of plan, whatever the plan: the queues then
-/// follow even if only their platform has lost them. True if the flows must not look at the old plan.
+/// follow even if only their platform has lost them. True if the flows must not look at the old
+/// plan.
 bool note_plan_change(const DownlinkBasic& before, const DownlinkBasic& after) {
     if (g_downlink.basic_init_flag != 0 && before.plan == after.plan) return false;
     g_downlink.plan_change_flag = 1;
@@ -113,7 +114,7 @@ int32_t igd_cm_downlink_qos_basic_init() {
     g_downlink.basic_init_flag = 1;
     DownlinkBasic basic{};
     static_cast<void>(read_row(downlink_basic_table, 0, basic));
-    if (is_factory_mode()) {
+    if (board::is_factory_mode()) {
         QOS_LOG("############ factory mode, disable qos############\n\r\n");
         basic.qos_enable = 0;
         basic.ulBitmap = DownlinkBasic::Enable;

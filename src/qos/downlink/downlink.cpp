@@ -27,8 +27,8 @@ bool read_settings(Settings& settings) {
 /// The row that a record from another process stands for. An index too large for a row is none.
 Clf row_of(const IgdDownlinkQosClfTab& request) {
     Clf row{};
-    row.ucClfIndex = request.index <= kMostClassifications ? static_cast<uint8_t>(request.index)
-                                                           : UINT8_MAX;
+    row.ucClfIndex =
+        request.index <= kMostClassifications ? static_cast<uint8_t>(request.index) : UINT8_MAX;
     row.class_queue_enable = request.enable;
     row.ucQueueNum = request.queue;
     row.ucDscpMarkValue = request.dscp_mark_value;

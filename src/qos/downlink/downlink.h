@@ -4,9 +4,9 @@
 
 #include "qos/qos_records.h"
 
-// The downlink's operations beside igd_cm_downlink_qos_basic_set (qos/qos.h). Classifications, types
-// and queues are those of the upstream on tables of their own, and so are results and records, except
-// that other processes hand classifications in as IgdDownlinkQosClfTab.
+// The downlink's operations beside igd_cm_downlink_qos_basic_set (qos/qos.h). Classifications,
+// types and queues are those of the upstream on tables of their own, and so are results and
+// records, except that other processes hand classifications in as IgdDownlinkQosClfTab.
 
 /// A downlink classification as other processes send it.
 struct IgdDownlinkQosClfTab {

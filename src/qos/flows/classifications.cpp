@@ -48,8 +48,7 @@ int32_t move_flow(const Direction& direction, const ClfType& type, AlternatingRo
 
 /// Deletes the types of a classification, flow and row; false when the platform keeps a flow. A row
 /// that could not be deleted ends it, for nothing would ever follow it: `rows_gone` tells.
-bool delete_types(const Direction& direction, uint8_t clf, bool& rows_gone,
-                  const char* operation) {
+bool delete_types(const Direction& direction, uint8_t clf, bool& rows_gone, const char* operation) {
     ClfType type{};
     for (int32_t position = 0; position < count_rows(direction.types);) {
         if (!read_row(direction.types, position, type) || type.ucClfIndex != clf) {

@@ -59,8 +59,8 @@ void RecoveryQueueToPQDefault(const Direction& direction, int32_t position, Queu
     own.em_plan = kPlanPriority;
 }
 
-/// The greatest common divisor of the enabled queues' weights, with `own` in the place of the row at
-/// `position`; 1 if none is enabled.
+/// The greatest common divisor of the enabled queues' weights, with `own` in the place of the row
+/// at `position`; 1 if none is enabled.
 uint32_t common_divisor(const Direction& direction, const Queue& own, int32_t position) {
     bool any = false;
     uint32_t divisor = 1;
@@ -183,7 +183,8 @@ int32_t set_queue(const Direction& direction, const Queue& request, const char* 
     if (!direction.read_settings(settings)) return IGD_CM_OPERATE_FAIL;
     QOS_LOG_AS(operation, "QosBasicEntry.ucPlan=%d\t\n\r\n", settings.plan);
     if (settings.plan != kPlanRated) row.ulRate = 0;
-    // A change of plan is over for this queue as soon as it is applied; what it was decides the rest.
+    // A change of plan is over for this queue as soon as it is applied; what it was decides the
+    // rest.
     const bool leaves = leaves_strict_plan(direction.state);
     QueueRecord record = record_of(direction, row, kPlanPriority);
     apply_plan(direction, settings.plan, row, position, record, operation);

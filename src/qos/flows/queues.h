@@ -2,8 +2,8 @@
 
 #include "qos/flows/direction.h"
 
-// The operations on the queues of one direction; what they do and return is told with the upstream's
-// in qos/qos.h. They log in the name of `operation`.
+// The operations on the queues of one direction; what they do and return is told with the
+// upstream's in qos/qos.h. They log in the name of `operation`.
 
 namespace appcfg::qos {
 

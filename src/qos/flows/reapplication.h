@@ -12,8 +12,8 @@ enum class Refused { Add, Delete, DeleteBeforeAdd, AddAfterDelete };
 
 /// Distributes every type of a direction anew after a change of its basic row: deletes with the old
 /// settings, adds with the new, `row` showing those that count at each call. `plan_before` decides,
-/// unless the change itself concerns the plan, which flows are steered by priority. `report` is told,
-/// for the log, of every type's queue and steering (`queue`), of refusals, which stop nothing
+/// unless the change itself concerns the plan, which flows are steered by priority. `report` is
+/// told, for the log, of every type's queue and steering (`queue`), of refusals, which stop nothing
 /// (`refused`), and of every type that an Action::None leaves alone (`nothing`).
 template <class Row, class Report>
 void reapply_types(const Direction& direction, Action action, uint32_t plan_before,
@@ -28,8 +28,7 @@ void reapply_types(const Direction& direction, Action action, uint32_t plan_befo
         find_classification(direction, type.ucClfIndex, clf);
         Queue queue{};
         find_queue(direction, clf.ucQueueNum, queue);
-        const bool by_priority =
-            !plan_changed && steers_by_priority(direction, plan_before, queue);
+        const bool by_priority = !plan_changed && steers_by_priority(direction, plan_before, queue);
         Steering steering(direction, by_priority);
         report.queue(queue, by_priority);
         switch (action) {

@@ -5,8 +5,8 @@
 namespace appcfg::qos {
 
 /// Raises the remark flag of a direction if flows of a queue are steered by its priority, which the
-/// distribution of flows then honours. Lowering it again is the operation's business: one that fails
-/// half-way may leave it raised.
+/// distribution of flows then honours. Lowering it again is the operation's business: one that
+/// fails half-way may leave it raised.
 class Steering {
   public:
     Steering(const Direction& direction, bool by_priority)

@@ -143,8 +143,7 @@ int32_t set_type(const Direction& direction, const ClfType& request, const char*
         request.ucTypeIndex > kMostTypes || !selected_in_range(direction.types, request))
         return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
     ClfType old{};
-    const int32_t position =
-        find_type(direction, request.ucClfIndex, request.ucTypeIndex, old);
+    const int32_t position = find_type(direction, request.ucClfIndex, request.ucTypeIndex, old);
     if (position < 0) return IGD_CM_OPERATE_FAIL;
     if (has_twin(direction, request, position)) {
         if (is_blank(old)) static_cast<void>(delete_row(direction.types, position));
@@ -163,8 +162,7 @@ int32_t delete_type(const Direction& direction, const ClfType& request, const ch
     if (request.ucClfIndex > kMostClassifications || request.ucTypeIndex > kMostTypes)
         return IGD_CM_GLOBAL_INPUT_PARA_ERROR;
     ClfType type{};
-    const int32_t position =
-        find_type(direction, request.ucClfIndex, request.ucTypeIndex, type);
+    const int32_t position = find_type(direction, request.ucClfIndex, request.ucTypeIndex, type);
     if (position < 0) return 0;
     Steering steering = steer(direction, request.ucClfIndex, operation);
     if (const int32_t lRet = distribute(direction, type, kDeleteFlow, operation); lRet != 0) {

@@ -1,6 +1,7 @@
 #include "qos/lanhost/lanhost.h"
 #include "qos/qos.h"
 #include "qos/startup/startup.h"
+#include "zu_ebtables.h"
 #include "zu_os.h"
 #include "zu_services.h"
 
@@ -25,11 +26,18 @@ void make_chains() {
             make_chains_of(tool, number);
 }
 
+/// A start after the first finds the chains of hosts' limits as the one before has left them. They go,
+/// or every jump and rule would stand twice, and a deleted host keep one of its two.
+void remove_old_host_chains() {
+    if (zu_ebtables_flushchain("nat", kUpChain) == 0) exit_dev_bandwidth();
+}
+
 }  // namespace
 
 void libqos_init() {
     make_chains();
     zu_qos_init();
+    remove_old_host_chains();
     init_dev_bandwidth_xtables();
     lanhost_bw_replay();
     igdCmQosModuleInit();

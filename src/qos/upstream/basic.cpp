@@ -1,6 +1,7 @@
 #include <string_view>
 
 #include "base/tokens.h"
+#include "board/factory_mode.h"
 #include "core/alternating_row.h"
 #include "core/bounded.h"
 #include "core/record_log.h"
@@ -8,7 +9,6 @@
 #include "qos/flows/queues.h"
 #include "qos/flows/reapplication.h"
 #include "qos/qos.h"
-#include "qos/startup/factory_mode.h"
 #include "records/qos.h"
 
 using namespace appcfg;
@@ -38,7 +38,8 @@ uint32_t kind_of_traffic(std::string_view name) {
     return kTrafficUnknown;
 }
 
-/// Fills the template with the kinds of traffic that `aucMode` names; what does not fit is left out.
+/// Fills the template with the kinds of traffic that `aucMode` names; what does not fit is left
+/// out.
 void igdCmQosModeResolveFromName(const char (&aucMode)[32], uint32_t (&em_mode)[11],
                                  const char* operation) {
     char work[64] = {};
@@ -53,8 +54,8 @@ void igdCmQosModeResolveFromName(const char (&aucMode)[32], uint32_t (&em_mode)[
 
 void log_uplink(const zu_sal_qos_uplink_s& uplink, const char* operation) {
     LOG_BANNER(kQosLog, operation, kQosUplinkLayout.name, "info start");
-    QOS_LOG_AS(operation, "st_qos_uplink.em_mode [%02x-%02x-%02x-%02x].\r\n\r\n",
-               uplink.em_mode[0], uplink.em_mode[1], uplink.em_mode[2], uplink.em_mode[3]);
+    QOS_LOG_AS(operation, "st_qos_uplink.em_mode [%02x-%02x-%02x-%02x].\r\n\r\n", uplink.em_mode[0],
+               uplink.em_mode[1], uplink.em_mode[2], uplink.em_mode[3]);
     log_fields(kQosLog, operation, __LINE__, "st_qos_uplink", kQosUplinkLayout.fields.subspan(1),
                &uplink);
     LOG_BANNER(kQosLog, operation, kQosUplinkLayout.name, "info end");
@@ -193,7 +194,7 @@ int32_t igdCmQosBasicAttrInit() {
     g_ui.basic_init_flag = 1;
     Basic basic{};
     static_cast<void>(read_row(basic_table, 0, basic));
-    if (is_factory_mode()) {
+    if (board::is_factory_mode()) {
         basic.ucQosEnable = 0;
         basic.ulBitmap = Basic::Enable;
         QOS_LOG("############ factory mode, disable qos############\n\r\n");

@@ -1,6 +1,6 @@
 #pragma once
 
-namespace appcfg::qos {
+namespace board {
 
 /// True on a gateway that is being tested in the factory, where QoS must not get in the way of
 /// measurements. No board of today has such a mode.
@@ -8,4 +8,4 @@ constexpr bool is_factory_mode() {
     return false;
 }
 
-}  // namespace appcfg::qos
+}  // namespace board
