@@ -22,8 +22,7 @@ TEST_F(Vsuci, ReadsWhatIsThereAndDefaultsWhereNothingIs) {
     EXPECT_EQ(vsuci_get_int32("app_t", "@row[0]", "blanks"), 12);
     for (const char* option : {"word", "minus", "l", "absent"})
         EXPECT_EQ(vsuci_get_int32("app_t", "@row[0]", option), 0) << option;
-    for (const char* section : {"named", "@row[1]"})
-        EXPECT_EQ(get("app_t", section, "s"), "hello");
+    EXPECT_EQ(get("app_t", "@row[1]", "s"), "hello");
     char cut[4];
     EXPECT_EQ(vsuci_get_string(cut, sizeof(cut), "app_t", "named", "s"), 0);
     EXPECT_STREQ(cut, "hel");
