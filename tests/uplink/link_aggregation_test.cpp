@@ -49,14 +49,16 @@ TEST_F(LinkAggregationTest, BondIsBelowEveryKindOfWanDeviceOnlyAlsoWithoutABus) 
 
 TEST_F(LinkAggregationTest, ReportsWhateverIsStored) {
     const std::string bond = "interface la\n\toption proto bonding\n\toption ";
+    const std::string text(255, 'x');
     std::string many, reported = R"("2")";  // as many as 255 characters hold
     for (int i = 0; i < 1000; ++i)
         many += "\nlist slaves eth1";
     for (int i = 1; i < 51; ++i)
         reported += R"(,"2")";
     const std::pair<std::string, std::string> cases[] = {
-        {bond + "bonding_policy x" + many + "\n",
-         R"({"convergence_select_ports":[)" + reported + R"(],"result":0,)"},
+        {bond + "primary '" + text + "cut'" + many + "\n", R"({"convergence_select_ports":[)" +
+                                                               reported + R"(],"primary":")" +
+                                                               text + R"(","result)"},
         {bond + "bonding_policy balance-alb\noption slaves 'eth0 usb1 ethx eth-3x'\n",
          R"({"binding_policy":"6","convergence_select_ports":["1","-2"],"result":0,)"},
         {bond + "slaves 'a eth99999999999'\n", R"({"convergence_select_ports":[],"result":0,)"},
