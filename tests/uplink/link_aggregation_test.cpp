@@ -238,6 +238,7 @@ TEST_F(LinkAggregationTest, JobsRunOneByOneAndTheLastStateWins) {
         crowded = true;
         crowded.notify_one();
         ASSERT_TRUE(wait_for(release("eth2")));
+        EXPECT_TRUE(wait_for("brctl delif br-lan bond-la 2>/dev/null")) << "its turn came first";
         ASSERT_EQ(call("link_aggregation_del"), success());
         ASSERT_EQ(mode("2", ""), success());
         finish_jobs();

@@ -76,8 +76,8 @@ TEST_F(CommandTest, ChildrenInheritNeitherDescriptorsNorSignalSettings) {
 TEST_F(CommandTest, StatusIsTheCommandsOwnWhileTheEventLoopHasChildren) {
     static int command_status, process_status;
     uloop_init();
-    struct sigaction alarm {
-    }, before{};
+    struct sigaction alarm {};
+    struct sigaction before {};
     alarm.sa_handler = [](int) {};
     sigaction(SIGALRM, &alarm, &before);
     uloop_process process{};
@@ -93,11 +93,7 @@ TEST_F(CommandTest, StatusIsTheCommandsOwnWhileTheEventLoopHasChildren) {
         command_status = zu_os_execcmd("sleep 0.1; kill -ALRM $PPID; sleep 0.1; exit 6");
     };
     uloop_timeout_set(&timeout, 0);
-    uloop_timeout guard{};
-    guard.cb = [](uloop_timeout*) { uloop_end(); };
-    uloop_timeout_set(&guard, 10000);
-    uloop_run();
-    uloop_timeout_cancel(&guard);
+    uloop_run_timeout(10000);
     uloop_done();
     sigaction(SIGALRM, &before, nullptr);
     EXPECT_EQ(6, WEXITSTATUS(command_status));

@@ -204,6 +204,8 @@ TEST_F(Vsuci, AHoldForChangeHasTheLockBeforeAnythingIsChanged) {
         flock(other, LOCK_UN);
     }
     close(other);
+    EXPECT_EQ(vsuci_hold_for_change("app_new"), 0);
+    EXPECT_EQ(vsuci_release("app_new"), 0);
     write("app_bad", "config\n");
     for (const char* package : {"app_bad", "no name"}) {
         EXPECT_EQ(vsuci_hold_for_change(package), -1);
