@@ -17,7 +17,7 @@
 namespace {
 
 /// The daemon's objects.
-constexpr int kObjects = 6;
+constexpr int kObjects = 7;
 const BusCall kEmptyMethod{"bench", "empty", "{}"};
 
 double median(std::vector<double> values) {
@@ -36,21 +36,48 @@ size_t package_size(const char* package) {
 
 double time_of(const Figure& figure, BusClient& bus) {
     usleep(figure.quiet_ms * 1000);
+    if (figure.entry) return ipc_call(figure.entry, figure.record_size);
     return figure.batch ? uci_batch(figure.batch) : bus.time(figure.timed);
 }
 
+template <class Part>
+double sum(int times, Part part) {
+    double total = 0;
+    while (times-- > 0)
+        total += part();
+    return total;
+}
+
+/// What a call cannot do without, by kind.
+struct Floor {
+    double bus = 0;
+    double storage = 0;
+    double platform = 0;
+    double commands = 0;
+
+    double total() const { return bus + storage + platform + commands; }
+};
+
 /// The parts of one round's floor, summed as often as the call needs each.
-double floor_of(const Figure& figure, BusClient& bus) {
+Floor floor_of(const Figure& figure, BusClient& bus) {
     usleep(figure.quiet_ms * 1000);
-    double floor = bus.time(kEmptyMethod);
-    const size_t size = package_size(figure.package);
-    for (int i = 0; i < figure.replacements; ++i)
-        floor += durable_replacement(size);
-    for (int i = 0; i < figure.platform_calls; ++i)
-        floor += platform_round_trip();
+    Floor floor;
+    if (!figure.entry) floor.bus = bus.time(kEmptyMethod);
     for (const BusCall& call : figure.bus_calls)
-        floor += bus.time(call);
+        floor.bus += bus.time(call);
+    const size_t size = package_size(figure.package);
+    floor.storage = sum(figure.replacements, [&] { return durable_replacement(size); });
+    floor.platform = sum(figure.platform_calls, platform_round_trip);
+    for (const Command& needed : figure.commands)
+        floor.commands += sum(needed.times, [&] { return command(needed.argv); });
     return floor;
+}
+
+/// For figures that run programs: what the floor is made of.
+void print_shares(const Floor& floor) {
+    const double percent = 100 / floor.total();
+    std::printf("    of the floor: commands %.0f %%, packages %.0f %%, platform %.0f %%\n",
+                floor.commands * percent, floor.storage * percent, floor.platform * percent);
 }
 
 void print_row(const char* name, double figure, double floor) {
@@ -59,11 +86,13 @@ void print_row(const char* name, double figure, double floor) {
 
 void measure(const Figure& figure, BusClient& bus) {
     std::vector<double> times, floors;
+    Floor last;
     make(bus, figure.set_up);
     for (int round = 0; round < figure.rounds; ++round) {
         make(bus, figure.before_each);
         times.push_back(time_of(figure, bus));
-        floors.push_back(floor_of(figure, bus));
+        last = floor_of(figure, bus);
+        floors.push_back(last.total());
         make(bus, figure.after_each);
     }
     make(bus, figure.tear_down);
@@ -71,6 +100,7 @@ void measure(const Figure& figure, BusClient& bus) {
         std::printf("%-36s %10.0f %10s %8s\n", figure.name.c_str(), median(times), "-", "-");
     else
         print_row(figure.name.c_str(), median(times), median(floors));
+    if (last.commands > 0) print_shares(last);
     std::fflush(stdout);
 }
 

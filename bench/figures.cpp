@@ -1,6 +1,9 @@
 #include "figures.h"
 
 #include <cstdio>
+#include <utility>
+
+#include "qos_figures.h"
 
 namespace {
 
@@ -130,7 +133,7 @@ BusCall detection(const char* action) {
 }  // namespace
 
 std::vector<Figure> figures() {
-    return {
+    std::vector<Figure> all = {
         {.name = "empty ubus method", .timed = {"bench", "empty", "{}"}},
         on_ip_filter(
             "ip_filter_basic_set", 0,
@@ -174,8 +177,8 @@ std::vector<Figure> figures() {
          .timed = mac_filter_mode(1),
          .after_each = {mac_filter_mode(0)},
          .package = "app_macfilter",
-         // every rule switched off, the attributes, every rule deleted
-         .replacements = 201,
+         // every rule switched off with the attributes, every rule deleted
+         .replacements = 2,
          .platform_calls = 101,
          .rounds = 5},
         {.name = "loopback_detection_start",
@@ -193,4 +196,7 @@ std::vector<Figure> figures() {
          .bus_calls = {detection("disable"), detection("stop")},
          .rounds = 11},
     };
+    for (Figure& figure : qos_figures())
+        all.push_back(std::move(figure));
+    return all;
 }

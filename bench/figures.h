@@ -1,26 +1,36 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
 #include "bus_client.h"
 
+/// A program that a call has to run some times.
+struct Command {
+    const char* const* argv;  ///< one that only has the tool start and look
+    int times;
+};
+
 /// One figure: a call that is timed again and again, what surrounds it, and what it cannot do
 /// without. Each round makes the calls of `before_each`, the timed call, and those of `after_each`.
-/// `batch` is timed instead of a call where it is there.
+/// `batch` or an IPC entry is timed instead of a call where it is there.
 struct Figure {
     std::string name = {};
     std::vector<BusCall> set_up = {};
     std::vector<BusCall> before_each = {};
     BusCall timed = {};
     const char* batch = nullptr;  ///< lines for the `uci` tool
-    int quiet_ms = 0;             ///< rest before the timed call, and before its floor
+    const char* entry = nullptr;  ///< name under which the daemon offers it
+    uint32_t record_size = 0;
+    int quiet_ms = 0;  ///< rest before the timed call, and before its floor
     std::vector<BusCall> after_each = {};
     std::vector<BusCall> tear_down = {};
     const char* package = nullptr;        ///< whose file a change replaces
     int replacements = 0;                 ///< durable replacements that the call needs
     int platform_calls = 0;               ///< round trips that it needs
     std::vector<BusCall> bus_calls = {};  ///< calls that it makes itself
+    std::vector<Command> commands = {};   ///< programs that it runs
     int rounds = 101;
 };
 

@@ -1,6 +1,8 @@
 #include "floors.h"
 
 #include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdint>
@@ -35,10 +37,29 @@ double durable_replacement(size_t size) {
     return watch.microseconds();
 }
 
-double platform_round_trip() {
-    uint32_t directions = 0;
+double command(const char* const* argv) {
+    posix_spawn_file_actions_t silently;
+    posix_spawn_file_actions_init(&silently);
+    for (const int fd : {STDOUT_FILENO, STDERR_FILENO})
+        posix_spawn_file_actions_addopen(&silently, fd, "/dev/null", O_WRONLY, 0);
     const Stopwatch watch;
-    if (zu_ipc_call("zu_zu_sal_ipfilter_flush_chain_call", &directions, sizeof(directions)) != 0)
-        give_up("platform");
+    pid_t pid = 0;
+    int status = 0;
+    if (posix_spawnp(&pid, argv[0], &silently, nullptr, const_cast<char* const*>(argv), environ) ||
+        waitpid(pid, &status, 0) != pid)
+        give_up(argv[0]);
+    const double spent = watch.microseconds();
+    posix_spawn_file_actions_destroy(&silently);
+    return spent;
+}
+
+double ipc_call(const char* entry, uint32_t record_size) {
+    std::vector<char> record(record_size);
+    const Stopwatch watch;
+    if (zu_ipc_call(entry, record.data(), record_size) != 0) give_up(entry);
     return watch.microseconds();
+}
+
+double platform_round_trip() {
+    return ipc_call("zu_zu_sal_ipfilter_flush_chain_call", sizeof(uint32_t));
 }

@@ -79,22 +79,24 @@ UniqueFd FileReplacement::reopen() const {
     return UniqueFd(openat(directory_.get(), temporary_, O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
 }
 
-// In one step, so that nobody can put another folder there in between.
-bool FileReplacement::exchange_with_folder() {
+bool FileReplacement::change_places() {
     const int folder = directory_.get();
-    if (syscall(SYS_renameat2, folder, temporary_, folder, name_, RENAME_EXCHANGE) != 0)
-        return false;
-    unlinkat(folder, temporary_, AT_REMOVEDIR);
-    return true;
+    return syscall(SYS_renameat2, folder, temporary_, folder, name_, RENAME_EXCHANGE) == 0;
 }
 
+bool FileReplacement::sync_folder() {
+    return fsync(directory_.get()) == 0;
+}
+
+// A folder is moved away in one step, so that nobody can put another one there in between.
 bool FileReplacement::put_in_place() {
     const int folder = directory_.get();
-    if (renameat(folder, temporary_, folder, name_) != 0 &&
-        (errno != EISDIR || !exchange_with_folder()))
-        return false;
+    if (renameat(folder, temporary_, folder, name_) != 0) {
+        if (errno != EISDIR || !change_places()) return false;
+        unlinkat(folder, temporary_, AT_REMOVEDIR);
+    }
     exists_ = false;
-    return durable_ == Durable::No || fsync(folder) == 0;
+    return durable_ == Durable::No || sync_folder();
 }
 
 }  // namespace base

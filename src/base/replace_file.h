@@ -45,9 +45,15 @@ class FileReplacement {
 
     [[nodiscard]] bool put_in_place();
 
+    /// Instead of put_in_place: exchanges the finished file with the one in its place, in one step
+    /// that is not synced. That one now has the temporary name, and goes with this object; until
+    /// then to exchange them again puts it back. False, with nothing changed, if there is no such
+    /// file or the file system cannot.
+    [[nodiscard]] bool change_places();
+    [[nodiscard]] bool sync_folder();
+
   private:
     bool make_temporary(const char* infix);
-    bool exchange_with_folder();
 
     UniqueFd directory_;
     UniqueFd fd_;

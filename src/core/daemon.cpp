@@ -30,6 +30,9 @@ std::span<const PublishedObject> offered;
 uloop_timeout retry;
 int retry_delay;
 
+/// Due as soon as the loop runs.
+uloop_timeout loop_runs;
+
 /// False as soon as an object that the daemon cannot do without is refused.
 bool publish() {
     for (const auto& [object, optional] : offered) {
@@ -95,7 +98,6 @@ void set_termination(int how) {
 /// The loop forgets a signal that arrives before it runs: those that end the daemon are held back
 /// until the loop itself lets them through.
 void hold_termination_until_loop_runs() {
-    static uloop_timeout loop_runs;
     set_termination(SIG_BLOCK);
     loop_runs.cb = [](uloop_timeout*) { set_termination(SIG_UNBLOCK); };
     uloop_timeout_set(&loop_runs, 0);
@@ -132,15 +134,15 @@ void serve() {
     uloop_init();
     retry.cb = come_back;
     zu_owal_ipc_serve();
-    if (!connect()) {
+    if (!connect())
         std::fprintf(stderr, "appcfgd: no ubus to connect to, is ubusd running?\n");
-        return;
-    }
-    if (!publish()) return;
+    else if (publish())
+        uloop_run_timeout(-1);
 
-    uloop_run_timeout(-1);
     handle_signals({SIGTERM, SIGINT}, end_at_once);
     uloop_timeout_cancel(&retry);
+    uloop_timeout_cancel(&loop_runs);
+    set_termination(SIG_UNBLOCK);  // also where the loop has not run
     if (bus) ubus_free(bus);
     uloop_done();
 }

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <string>
+#include <csignal>
 #include <vector>
 
 extern "C" {
@@ -17,19 +17,13 @@ extern "C" {
 namespace {
 
 int added = 0;
-
-ubus_object named_object(const char* name) {
-    ubus_object object{};
-    object.name = name;
-    return object;
-}
+int number_refused = 0;
 
 }  // namespace
 
 // It stands before the library's own.
 extern "C" int ubus_add_object(ubus_context*, ubus_object*) {
-    ++added;
-    return 0;
+    return ++added == number_refused;
 }
 
 namespace {
@@ -47,7 +41,7 @@ struct DaemonTest : testing::Test {
         context.sock.fd = ends[0];
         context.sock.cb = [](uloop_fd*, unsigned int) {};
         use_bus(&context);
-        added = 0;
+        added = number_refused = 0;
         steps_taken.clear();
     }
     ~DaemonTest() override {
@@ -59,9 +53,8 @@ struct DaemonTest : testing::Test {
     /// Runs the daemon on three objects, the last one optional, and ends its loop at once.
     int run() {
         const appcfg::StartupStep steps[] = {step<1, -1>, step<2, 0>, step<3, 1>};
-        ubus_object first = named_object("first"), second = named_object("second"),
-                    last = named_object("last");
-        const appcfg::PublishedObject objects[] = {{&first}, {&second}, {&last, true}};
+        ubus_object object{.name = "any"};
+        const appcfg::PublishedObject objects[] = {{&object}, {&object}, {&object, true}};
         uloop_timeout end{};
         end.cb = [](uloop_timeout*) { uloop_end(); };
         uloop_init();
@@ -82,6 +75,22 @@ TEST_F(DaemonTest, StepsRunInOrderWhateverTheyReturn) {
     EXPECT_EQ(added, 3);
     EXPECT_EQ(fcntl(ends[0], F_GETFL) & O_NONBLOCK, 0);  // replies wait for room
     EXPECT_EQ(connections_freed(), 1);
+}
+
+TEST_F(DaemonTest, SignalsAreNotHeldBackAnyMoreWhereItEndsAtOnce) {
+    const auto holds_back_termination = [] {
+        sigset_t blocked;
+        sigprocmask(SIG_BLOCK, nullptr, &blocked);
+        return sigismember(&blocked, SIGTERM) || sigismember(&blocked, SIGINT);
+    };
+    number_refused = 2;
+    run();
+    EXPECT_EQ(added, 2);
+    EXPECT_EQ(connections_freed(), 1);
+    EXPECT_FALSE(holds_back_termination());
+    use_bus(nullptr);
+    run();
+    EXPECT_FALSE(holds_back_termination());
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <regex>
 #include <sstream>
 
@@ -25,9 +24,9 @@ int32_t set(Rule request) {
 
 struct DnsFilterTest : ModuleTest {
     DnsFilterTest() : ModuleTest(register_dns_filter_tables) {
+        fs::create_directory(folder_);
         dns_filter_files = {list_.c_str(), rules_.c_str()};
     }
-    ~DnsFilterTest() override { fs::remove_all(folder_); }
 
     /// Rules with indexes from 1 upwards and these switches; as many domains, "d" and their index.
     void provision(const std::vector<int>& rules, int domains) {
@@ -46,8 +45,7 @@ struct DnsFilterTest : ModuleTest {
         return std::regex_replace(read_package("app_dnsfilter"), value, "$1 ");
     }
 
-    char name_[24] = "/tmp/dns-test-XXXXXX";
-    const fs::path folder_ = mkdtemp(name_);
+    const fs::path folder_ = directory() / "lists";
     const fs::path list_ = folder_ / "list", rules_ = folder_ / "host", rule_ = folder_ / "host_1";
 };
 
@@ -68,8 +66,8 @@ TEST_F(DnsFilterTest, SetSendsTheMergedRuleByteForByte) {
 }
 
 TEST_F(DnsFilterTest, SetLooksAtSelectedMembersOnly) {
-    std::ofstream(list_) << "a\n";
-    std::ofstream(rule_) << "";
+    write_file(list_, "a\n");
+    write_file(rule_, "");
     // bitmap, mask for the platform, and what spoils the member: where, how often, with what
     constexpr uint32_t kMembers[][5] = {
         {1, 1, offsetof(Rule, ucEnable), 1, 2},
@@ -95,11 +93,11 @@ TEST_F(DnsFilterTest, SetLooksAtSelectedMembersOnly) {
 
 TEST_F(DnsFilterTest, HostListIsTakenOverWholeOrNotAtAll) {
     const std::string text(3 * 4096 + 1, 'x');
-    std::ofstream(list_) << text;
+    write_file(list_, text);
     Rule request{.ucIndex = 1, .ulBitmap = 64};
     std::strcpy(request.aucHostListName, list_.c_str());
     EXPECT_EQ(set(request), -1);  // the rule has none to be replaced
-    std::ofstream(rule_) << "old\n";
+    write_file(rule_, "old\n");
     {
         const FullDisk full;
         EXPECT_EQ(set(request), -1);
@@ -112,8 +110,8 @@ TEST_F(DnsFilterTest, HostListIsTakenOverWholeOrNotAtAll) {
 
 TEST_F(DnsFilterTest, LinksAreNeitherFollowedNorRead) {
     provision({1}, 1);
-    std::ofstream(rule_) << "";
-    std::ofstream(folder_ / "victim") << "precious";
+    write_file(rule_, "");
+    write_file(folder_ / "victim", "precious");
     for (const char* name : {"list", ".list.appcfgd-new", "link"})
         fs::create_symlink(folder_ / "victim", folder_ / name);
     EXPECT_EQ(igdCmSecureDnsFilterListReload(), 0);
@@ -125,7 +123,7 @@ TEST_F(DnsFilterTest, LinksAreNeitherFollowedNorRead) {
 // Anybody may make folders in /tmp.
 TEST_F(DnsFilterTest, FoldersInTheWayOfAListAreMovedAside) {
     provision({1}, 1);
-    std::ofstream(rule_) << "";
+    write_file(rule_, "");
     for (const char* squatter : {"list", ".list.appcfgd-new"}) {
         fs::remove(folder_ / "list");
         fs::create_directories(folder_ / squatter / "kept");
@@ -155,7 +153,7 @@ TEST_F(DnsFilterTest, RulesAreSwitchedByTheirIndex) {
 }
 
 TEST_F(DnsFilterTest, FilesAndStartWhenSomethingIsRefused) {
-    std::ofstream(list_) << "old\n";
+    write_file(list_, "old\n");
     EXPECT_EQ(igdCmSecureDnsFilterListInit(), 0);
     EXPECT_EQ(read_file(list_), "old\n");  // no domains: nothing is touched
     provision({1}, 1);
@@ -165,7 +163,7 @@ TEST_F(DnsFilterTest, FilesAndStartWhenSomethingIsRefused) {
         EXPECT_EQ(igdCmSecureDnsFilterListReload(), -1);
     }
     EXPECT_FALSE(fs::exists(list_));
-    std::ofstream(rule_) << "";
+    write_file(rule_, "");
     refuse(platform::kDnsFilterAdd.name);
     refuse(platform::kDnsFilterSet.name);
     EXPECT_EQ(set({.ucIndex = 1, .ucEnable = 0, .ulBitmap = 1}), -1);

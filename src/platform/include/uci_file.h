@@ -8,6 +8,10 @@
 
 struct stat;
 
+namespace storage {
+class FormerFile;
+}
+
 // The one way in which this process reads and changes UCI packages.
 //
 // libuci parses and holds the model; the file itself is handled here, because libuci's own load and
@@ -87,6 +91,17 @@ class UciFile {
     /// renamed to "a b", two sections of one name, a type with a quote) are refused.
     [[nodiscard]] bool commit();
 
+    /// From here on a commit keeps the file that it replaces, until the next one. Changing back to
+    /// its content, byte for byte, is then one rename: nothing is written, nothing synced. For
+    /// packages that go to and fro between two contents while others look at them. After a power
+    /// cut there is one of the contents that were there since the last commit that wrote.
+    void alternate() { alternates_ = true; }
+
+    /// Ends that, and removes the kept file. True if what was committed would survive a power cut.
+    /// A process that is killed before leaves the kept file; the next commit of anybody here
+    /// removes it.
+    [[nodiscard]] bool settle();
+
     /// Unlocks the package and throws the model away.
     void discard();
 
@@ -110,7 +125,9 @@ class UciFile {
   private:
     bool read_if_changed();
     bool read_from(int fd);
+    bool bring_back(std::string_view text);
     bool replace(std::string_view text);
+    bool drop_former();
     bool is_as_loaded() const;
     void forget();
     void unlock();
@@ -122,6 +139,8 @@ class UciFile {
     int loaded_fd_ = -1;
     int lock_fd_ = -1;
     bool created_ = false;
+    bool alternates_ = false;
+    std::unique_ptr<storage::FormerFile> former_;
     const char* directory_;
     char name_[kLongestName + 1] = {};
     char path_[256] = {};

@@ -11,8 +11,9 @@
 // Every change is complete and durable when the call that made it returns: after a power cut the
 // package is either as it was or as it was meant to be. Every call first makes sure that no other
 // process has changed the package since it was last looked at. A package that cannot be parsed is
-// never written to; reads of it answer as if it were missing. A package that another program keeps
-// locked is waited for with the request's patience (base/patience.h).
+// never written to; reads of it answer as if it were missing. One larger than 4 MiB counts as such,
+// and a change that would make it as large fails as on a full disk. A package that another program
+// keeps locked is waited for with the request's patience (base/patience.h).
 //
 // Functions that return int32_t without further word return 0 on success and -1 on failure. All of
 // them may be called with any text: what is no valid name is "not there". One thread only.
@@ -71,6 +72,15 @@ int32_t vsuci_get_zu_cfm(const char* package, const char* section, const char* o
 /// change. Several packages may be held at a time. Where the platform has no such thing these three
 /// do nothing, and succeed.
 void vsuci_hold(const char* package);
+
+/// Between these two the package goes to and fro between two contents, while services that are told
+/// of a change look at it: a change that restores the content of before the last one is one rename,
+/// whole like any other but not durable by itself; after a power cut there is one of the two. What
+/// others write meanwhile is honoured, and any other change is as durable as ever. They do not
+/// nest: the first settle ends it. -1 if what is stored now may not survive a power cut. Where the
+/// platform, or the file system, has no such thing, every change is written as ever.
+void vsuci_alternate(const char* package);
+[[nodiscard]] int32_t vsuci_settle(const char* package);
 
 /// A hold that begins with what a change may fail for because of others: it waits for their lock,
 /// makes sure that the package can be read and written, and keeps it locked up to the release. For

@@ -33,18 +33,6 @@ bool is_recent(int directory, const char* name) {
     return std::llabs(int64_t{time(nullptr)} - int64_t{file.st_ctime}) <= kLongestCommitSeconds;
 }
 
-// The kernel grants a read lease only while nobody has the file open for writing, as libuci's
-// commit has from before it waits for the lock until it is done. To ask so takes microseconds;
-// /proc/locks would tell who waits, but on a quiet machine is not read in less than ten
-// milliseconds. Somebody who opens the file while the lease lasts must not make the kernel kill us
-// with SIGIO.
-bool is_open_for_writing(int fd) {
-    fcntl(fd, F_SETSIG, SIGURG);
-    if (fcntl(fd, F_SETLEASE, F_RDLCK) != 0) return errno == EAGAIN;
-    fcntl(fd, F_SETLEASE, F_UNLCK);
-    return false;
-}
-
 // The first byte goes in last: should the disk fill up on the way, what is there does not parse and
 // the waiting program gives up instead of publishing half a package.
 void rewrite(int read_only_fd, std::string_view text) {
@@ -60,6 +48,18 @@ void rewrite(int read_only_fd, std::string_view text) {
 }
 
 }  // namespace
+
+// The kernel grants a read lease only while nobody has the file open for writing, as libuci's
+// commit has from before it waits for the lock until it is done. To ask so takes microseconds;
+// /proc/locks would tell who waits, but on a quiet machine is not read in less than ten
+// milliseconds. Somebody who opens the file while the lease lasts must not make the kernel kill us
+// with SIGIO.
+bool is_open_for_writing(int fd) {
+    fcntl(fd, F_SETSIG, SIGURG);
+    if (fcntl(fd, F_SETLEASE, F_RDLCK) != 0) return errno == EAGAIN;
+    fcntl(fd, F_SETLEASE, F_UNLCK);
+    return false;
+}
 
 // Reading a directory that has just been changed would mark its access time, and every change would
 // write that to the disk as well.

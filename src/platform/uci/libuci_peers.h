@@ -12,6 +12,11 @@ namespace storage {
 /// there. One that is older than any commit takes was left by a crash and does not count.
 bool peer_is_replacing(const char* directory, const char* package);
 
+/// True while somebody has the file open for writing, as such a program has from before it waits
+/// for the lock until it is done. `fd` is open for reading only, nowhere in this process for
+/// writing.
+bool is_open_for_writing(int fd);
+
 /// Unlocks and closes `fd`, the locked file that has just been replaced by one of the content
 /// `text`, never empty; it is open for reading only, and nowhere in this process for writing. A
 /// program that waits for its lock will take the old file for the present one, build on it and undo

@@ -1,9 +1,11 @@
 #include "platform/uci/package_text.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/uci/uci_names.h"
@@ -14,14 +16,31 @@ std::mutex libuci_statics;
 
 namespace {
 
-void append_quoted(std::string& to, std::string_view text) {
+/// Takes no more than kLargestText: what is larger ends empty.
+class PackageText {
+  public:
+    explicit PackageText(size_t expected) { text_.reserve(std::min(expected, kLargestText)); }
+
+    PackageText& append(std::string_view part) {
+        overflown_ = overflown_ || part.size() > kLargestText - text_.size();
+        if (!overflown_) text_.append(part);
+        return *this;
+    }
+    std::string take() { return overflown_ ? std::string() : std::move(text_); }
+
+  private:
+    std::string text_;
+    bool overflown_ = false;
+};
+
+void append_quoted(PackageText& to, std::string_view text) {
     to.append(" '");
     for (size_t quote; (quote = text.find('\'')) != text.npos; text.remove_prefix(quote + 1))
         to.append(text.substr(0, quote)).append("'\\''");
     to.append(text).append("'\n");
 }
 
-void append_option(std::string& to, const uci_option& option) {
+void append_option(PackageText& to, const uci_option& option) {
     if (option.type == UCI_TYPE_STRING) {
         to.append("\toption ").append(option.e.name);
         return append_quoted(to, option.v.string);
@@ -33,10 +52,10 @@ void append_option(std::string& to, const uci_option& option) {
     }
 }
 
-void append_section(std::string& to, const uci_section& section) {
+void append_section(PackageText& to, const uci_section& section) {
     to.append("\nconfig ").append(section.type);
     if (section.anonymous)
-        to += '\n';
+        to.append("\n");
     else
         append_quoted(to, section.e.name);
     const uci_element* option;
@@ -82,13 +101,12 @@ uci_package* parse_package(uci_context* context, const char* name, std::string t
 // uci_export spends more time in its thousands of fprintf than all the rest of a change takes
 // beside the syncing of the disk, and writes unescaped text when memory is short.
 std::string format_package(const uci_package& package, size_t expected) {
-    std::string text;
-    text.reserve(expected);
+    PackageText text(expected);
     const uci_element* section;
     uci_foreach_element(&package.sections, section) {
         append_section(text, *uci_to_section(section));
     }
-    return text += '\n';
+    return text.append("\n").take();
 }
 
 bool sections_read_back(const uci_package& package) {

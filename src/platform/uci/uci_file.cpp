@@ -11,7 +11,9 @@
 #include <string>
 #include <utility>
 
+#include "base/patience.h"
 #include "base/replace_file.h"
+#include "platform/uci/former_file.h"
 #include "platform/uci/libuci_peers.h"
 #include "platform/uci/package_lock.h"
 #include "platform/uci/package_text.h"
@@ -23,9 +25,6 @@ using namespace storage;
 UciDirectories uci_directories = {"/etc/config", "/rom/config"};
 
 namespace {
-
-constexpr uint32_t kLargestFile = 4 << 20;
-constexpr int kReadAttempts = 3;
 
 int64_t in_ns(const timespec& time) {
     return int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
@@ -91,14 +90,19 @@ bool UciFile::load() {
 // The file that was read is kept open, so that its number is not given to another one. What this
 // cannot see is a change made in place that keeps the size and falls into the same tick of the
 // clock (a few milliseconds) as the change before it: no program on a gateway writes packages so.
+//
+// A file that is just being replaced has no name any more before its successor has it; whoever does
+// that may be interrupted there.
 bool UciFile::read_if_changed() {
-    for (int attempt = 0; attempt < kReadAttempts; ++attempt) {
+    bool again = true;
+    for (const base::Wait wait; again; again = wait.pause()) {
         struct stat now;
         if (stat(path_, &now) != 0) break;
         if (loaded_fd_ >= 0 && state_ == UciFileState::of(now)) return package_ != nullptr;
         const int fd = open(path_, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
         if (fd < 0) break;
         if (read_from(fd)) return package_ != nullptr;
+        forget();
     }
     forget();
     return false;
@@ -113,8 +117,10 @@ bool UciFile::read_from(int fd) {
     struct stat after;
     if (fstat(fd, &before) != 0) return false;
     state_ = UciFileState::of(before);
-    if (!S_ISREG(before.st_mode) || before.st_size > off_t{kLargestFile}) return true;
-    std::string text(static_cast<size_t>(before.st_size), '\0');
+    if (!S_ISREG(before.st_mode) || before.st_size > off_t{kLargestText}) return true;
+    std::string text;
+    text.reserve(static_cast<size_t>(before.st_size) + 1);
+    text.resize(static_cast<size_t>(before.st_size));
     if (!read_all(fd, text) || fstat(fd, &after) != 0 || after.st_nlink == 0 ||
         UciFileState::of(after) != state_)
         return false;
@@ -139,7 +145,8 @@ bool UciFile::load_for_change(UciMissing missing) {
 bool UciFile::commit() {
     if (lock_fd_ >= 0 && package_ && sections_read_back(*package_)) {
         const auto text = format_package(*package_, static_cast<size_t>(state_.size) + 4096);
-        if (replace(text)) {
+        if (!text.empty() && (bring_back(text) || replace(text)) &&
+            (!former_ || !is_open_for_writing(lock_fd_) || drop_former())) {
             unlock_replaced(std::exchange(lock_fd_, -1), text);
             created_ = false;
             return true;
@@ -152,9 +159,9 @@ bool UciFile::commit() {
 bool UciFile::replace(std::string_view text) {
     char real_path[PATH_MAX];
     struct stat file;
-    if (text.size() > kLargestFile || fstat(lock_fd_, &file) != 0 || !realpath(path_, real_path))
-        return false;
-    base::FileReplacement replacement(real_path, base::Durable::Yes);
+    if (!drop_former() || fstat(lock_fd_, &file) != 0 || !realpath(path_, real_path)) return false;
+    auto next = std::make_unique<FormerFile>(real_path);
+    base::FileReplacement& replacement = next->replacement();
     if (!replacement.create() || !take_owner_and_mode(replacement.fd(), file) ||
         !replacement.append(text) || !replacement.finish())
         return false;
@@ -163,12 +170,34 @@ bool UciFile::replace(std::string_view text) {
         !is_as_loaded())
         return false;
     const UciFileState written = UciFileState::of(file);
-    if (!replacement.put_in_place() || fstat(fresh.get(), &file) != 0) return false;
-    close(loaded_fd_);
-    loaded_fd_ = fresh.release();
-    state_ = written;
+    if (!next->replace(alternates_) || fstat(fresh.get(), &file) != 0) return false;
+    next->remember(std::exchange(loaded_fd_, fresh.release()), std::exchange(state_, written));
     state_.changed_ns = in_ns(file.st_ctim);
+    if (next->is_kept()) former_ = std::move(next);
     return true;
+}
+
+/// Puts the file back that was replaced last, if it has this content.
+bool UciFile::bring_back(std::string_view text) {
+    return former_ && former_->can_replace(loaded_fd_, text) &&
+           !peer_is_replacing(directory_, name_) && is_as_loaded() &&
+           former_->change_places(loaded_fd_, state_);
+}
+
+bool UciFile::drop_former() {
+    const bool settled = !former_ || former_->settle();
+    former_.reset();
+    return settled;
+}
+
+// Under the lock, for the next writer's new file has the name that the kept one has.
+bool UciFile::settle() {
+    alternates_ = false;
+    if (!former_) return true;
+    const PackageLock lock = lock_package(path_, directory_, name_, UciMissing::Fail);
+    const bool settled = drop_former();
+    if (lock.fd) flock(lock.fd.get(), LOCK_UN);
+    return settled;
 }
 
 /// Programs that lock nothing may have written the file meanwhile; theirs is not overwritten.

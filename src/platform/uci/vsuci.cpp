@@ -235,6 +235,15 @@ void vsuci_hold(const char* package) {
     if (Package* held = find_package(package)) ++held->hold.depth;
 }
 
+void vsuci_alternate(const char* package) {
+    if (Package* found = find_package(package)) found->file().alternate();
+}
+
+int32_t vsuci_settle(const char* package) {
+    Package* found = package ? find_loaded(package) : nullptr;
+    return !found || found->file().settle() ? 0 : -1;
+}
+
 int32_t vsuci_hold_for_change(const char* package) {
     Package* held = find_package(package);
     if (!held) return -1;

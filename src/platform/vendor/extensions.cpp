@@ -18,6 +18,10 @@ int32_t vsuci_hold_for_change(const char*) {
 int32_t vsuci_release(const char*) {
     return 0;
 }
+void vsuci_alternate(const char*) {}
+int32_t vsuci_settle(const char*) {
+    return 0;
+}
 int32_t zu_owal_ipc_append(const void*, uint32_t) {
     return 0;
 }

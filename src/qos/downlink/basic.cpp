@@ -104,7 +104,8 @@ int32_t igd_cm_downlink_qos_basic_set(DownlinkBasic* request, uint32_t size) {
     const bool plan_changed = note_plan_change(before, after);
     AlternatingRow<DownlinkBasic> row(downlink_basic_table, 0, before, after);
     // What the platform thinks of it shows in the row alone.
-    if (apply(before, after, plan_changed, row, __func__) == 0) row.show_after();
+    if (apply(before, after, plan_changed, row, __func__) == 0)
+        static_cast<void>(row.store_after());
     return 0;
 }
 

@@ -110,7 +110,7 @@ int32_t set_classification(const Direction& direction, const Clf& request, const
         direction, old.ucClfIndex,
         [&](const ClfType& type, int32_t) { return move_flow(direction, type, row, operation); });
     if (lRet != 0) return lRet;
-    const bool stored = row.show_after();
+    const bool stored = row.store_after();
     steering.lower();
     return stored ? 0 : IGD_CM_OPERATE_FAIL;
 }

@@ -115,7 +115,7 @@ void clear_name(const char* argument, const char* name) {
 }
 
 /// Takes the provider's port from the interface that has it. One that the platform has by itself
-/// stays, without a port.
+/// stays as it is, without that port.
 bool free_wan_port() {
     ifinfo found = interface_of("", 0, kInterfaceEthernet, kWanPort);
     if (call(kInterfaceFindByPort, found) != 0) {
@@ -123,10 +123,13 @@ bool free_wan_port() {
         return true;
     }
     found.if_name[sizeof(found.if_name) - 1] = '\0';
-    const ifinfo kept = interface_of(found.if_name, kInterfaceLan, kInterfaceEthernet);
-    const bool stays = found.if_flag == 0;
+    ifinfo kept = found;
     static_cast<void>(call(kInterfaceDel, found));
-    return !stays || declare(kept);
+    if (kept.if_flag != 0) return true;
+    kept.if_role = kInterfaceLan;
+    kept.if_type = kInterfaceEthernet;
+    kept.alport = 0;
+    return declare(kept);
 }
 
 bool declare_lan_ports(const char* wan_root) {

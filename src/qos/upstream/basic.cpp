@@ -179,7 +179,7 @@ int32_t igdCmQosBasicAttrSet(Basic* request, uint32_t size) {
     AlternatingRow<Basic> row(basic_table, 0, before, after);
     const int32_t lRet = apply(before, after, plan_changed, row, __func__);
     if (lRet != 0) return lRet;
-    return row.show_after() ? 0 : IGD_CM_OPERATE_FAIL;
+    return row.store_after() ? 0 : IGD_CM_OPERATE_FAIL;
 }
 
 int32_t igdCmQosBasicAttrGet(Basic* out, uint32_t size) {

