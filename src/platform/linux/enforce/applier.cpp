@@ -169,7 +169,8 @@ void append_counting(std::string& out, const std::string& listing) {
 
 void print(std::string& out) {
     settle();
-    state_line(out, "on=%d%s%s", g_on, g_error.empty() ? "" : " not in force: ", g_error.c_str());
+    state_line(out, "on=%d waiting=%d%s%s", g_on, g_since != 0,
+               g_error.empty() ? "" : " not in force: ", g_error.c_str());
     if (!g_on) return;
     for (const auto family : kFamilies)
         append_counting(out,
