@@ -8,7 +8,9 @@ import ctypes
 import ipaddress
 import os
 import socket
+import subprocess
 import sys
+import time
 
 NAMESPACES = "/run/netns"
 HOSTS = os.path.join(os.path.dirname(__file__), "..", "hosts")
@@ -104,6 +106,18 @@ def number(text, lowest, highest, kind=int):
     raise Misuse(f"{text} is no number from {lowest} to {highest}")
 
 
+def await_kernel():
+    """Waits until the platform's calls so far are in force, as they are a moment after the last one."""
+    end = time.monotonic() + 1
+    while time.monotonic() < end:
+        with contextlib.suppress(subprocess.TimeoutExpired):
+            done = subprocess.run(["platformctl", "state", "enforcement"], stdout=subprocess.PIPE,
+                                  stderr=subprocess.DEVNULL, timeout=1)
+            if b"waiting=1" not in done.stdout:
+                return
+        time.sleep(0.01)
+
+
 def run(usage, fewest, most, main):
     """Calls main with the command's arguments; 2 and what is wrong with them if anything is."""
     words = sys.argv[1:]
@@ -111,6 +125,7 @@ def run(usage, fewest, most, main):
         print(usage.strip(), file=sys.stderr)
         sys.exit(2)
     try:
+        await_kernel()
         print(main(*words))
     except (Misuse, OSError) as error:
         print(f"{os.path.basename(sys.argv[0])}: {error}", file=sys.stderr)

@@ -15,6 +15,8 @@ inline constexpr char kTraceCall[] = "platformd_trace";
 inline constexpr char kTraceClearCall[] = "platformd_trace_clear";
 inline constexpr char kFaultCall[] = "platformd_fault";
 inline constexpr char kDescribeCall[] = "platformd_describe";
+/// Without a record.
+inline constexpr char kReleaseCall[] = "platformd_release";
 
 /// Result of a control call that names something platformd does not have.
 inline constexpr int32_t kControlUnknown = -2;

@@ -1,6 +1,7 @@
 #include "platform/linux/record_text.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -8,6 +9,8 @@
 namespace platform {
 
 namespace {
+
+constexpr std::string_view kHexDigits = "0123456789abcdef";
 
 using Bytes = std::span<const uint8_t>;
 
@@ -132,8 +135,22 @@ void append_quoted(std::string& out, std::string_view text) {
 }
 
 void append_hex(std::string& out, Bytes bytes) {
-    for (const auto byte : bytes)
-        append_format(out, "%02x", byte);
+    for (const auto byte : bytes) {
+        out += kHexDigits[byte >> 4];
+        out += kHexDigits[byte & 0xf];
+    }
+}
+
+bool parse_hex(std::string_view digits, std::vector<uint8_t>& bytes) {
+    if (digits.size() % 2 != 0) return false;
+    bytes.clear();
+    for (size_t i = 0; i < digits.size(); ++i) {
+        const auto value = kHexDigits.find(static_cast<char>(tolower(digits[i])));
+        if (value == kHexDigits.npos) return false;
+        if (i % 2 == 0) bytes.push_back(0);
+        bytes.back() = static_cast<uint8_t>(bytes.back() << 4 | value);
+    }
+    return true;
 }
 
 }  // namespace platform

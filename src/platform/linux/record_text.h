@@ -4,6 +4,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/include/zu_record.h"
 
@@ -26,5 +27,7 @@ void append_quoted(std::string& out, std::string_view text);
 
 /// Appends two hexadecimal digits per byte.
 void append_hex(std::string& out, std::span<const uint8_t> bytes);
+/// The other way round, in the place of what `bytes` holds. False when the text is anything else.
+bool parse_hex(std::string_view digits, std::vector<uint8_t>& bytes);
 
 }  // namespace platform

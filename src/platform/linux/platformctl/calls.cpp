@@ -22,16 +22,6 @@ namespace {
 
 using Bytes = std::span<const uint8_t>;
 
-bool parse_hex(std::string_view digits, std::vector<uint8_t>& bytes) {
-    if (digits.size() % 2 != 0 || digits.size() / 2 > kIpcMaxRecord) return false;
-    if (digits.find_first_not_of("0123456789abcdefABCDEF") != digits.npos) return false;
-    for (size_t i = 0; i < digits.size(); i += 2) {
-        const std::string pair(digits.substr(i, 2));
-        bytes.push_back(static_cast<uint8_t>(strtoul(pair.c_str(), nullptr, 16)));
-    }
-    return true;
-}
-
 /// "platformd" for the socket /var/run/zu_ipc/.platformd.
 std::string service_of(const sockaddr_un& address) {
     const char* name = strrchr(address.sun_path, '/') + 1;
@@ -67,6 +57,7 @@ int call_name(Words words) {
     std::vector<uint8_t> record;
     if (words.empty() || words.size() > 2) return kUsageStatus;
     if (words.size() == 2 && !parse_hex(words[1], record)) return kUsageStatus;
+    if (record.size() > kIpcMaxRecord) return kUsageStatus;
     sockaddr_un service;
     if (!ipc_resolve(words[0], service)) return complain("nobody answers to %s", words[0]);
     IpcReply reply;
@@ -90,6 +81,12 @@ int list_names(Words words) {
     for (const auto& [name, by] : services)
         printf("%s %s\n", name.c_str(), by.c_str());
     return EXIT_SUCCESS;
+}
+
+int release(Words words) {
+    if (!words.empty()) return kUsageStatus;
+    if (zu_ipc_call(kReleaseCall, nullptr, 0) == 0) return EXIT_SUCCESS;
+    return complain("platformd does not answer, or cannot take out what is in force");
 }
 
 }  // namespace platform::platformctl

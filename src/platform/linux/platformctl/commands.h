@@ -24,6 +24,7 @@ int make_hang(Words words);
 int call_name(Words words);
 int list_names(Words words);
 int set_level(Words words);
+int release(Words words);
 
 /// Prints "platformctl: ..." on standard error and returns EXIT_FAILURE.
 __attribute__((format(printf, 1, 2))) int complain(const char* format, ...);

@@ -29,6 +29,7 @@ constexpr Command kCommands[] = {
      set_level},
     {"fail", "NAME [COUNT [RESULT]] | --clear", "let the next calls fail (1, -1); end all faults",
      make_fail},
+    {"release", "", "take out of the kernel all that platformd enforces", release},
     {"die", "NAME", "let platformd end in the next call", make_die},
     {"hang", "NAME SECONDS", "let the next call be answered late", make_hang},
 };
@@ -36,7 +37,7 @@ constexpr Command kCommands[] = {
 int print_usage() {
     fputs("usage: platformctl [-d RUN_DIRECTORY] COMMAND\n", stderr);
     for (const auto& command : kCommands)
-        fprintf(stderr, "  %-5s %-31s  %s\n", command.name, command.words, command.help);
+        fprintf(stderr, "  %-7s %-31s  %s\n", command.name, command.words, command.help);
     return kUsageStatus;
 }
 

@@ -19,6 +19,8 @@ struct Callee {
     const RecordLayout* layout() const { return call ? call->layout : nullptr; }
     /// Does what the call does; the record has the size the layout says.
     int32_t handle(void* record) const;
+    /// Whether a platformd that starts anew makes the call again.
+    bool is_repeated() const { return owner->service.repeat; }
 };
 
 /// Gathers them. False, with a line on standard error, when two services claim one name.

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string>
 
+#include "platform/linux/enforce/applier.h"
 #include "platform/linux/platformd/answer.h"
 #include "platform/linux/platformd/callees.h"
 #include "platform/linux/platformd/faults.h"
@@ -27,8 +28,10 @@ std::string_view text_in(const char (&text)[Size]) {
 
 int32_t read_state(void* record) {
     auto& request = *static_cast<ControlText*>(record);
-    std::string text;
-    if (!append_state(text, text_in(request.text))) return kControlUnknown;
+    // Packets are counted all the time: the pieces of one text come from one look at it.
+    static std::string text;
+    if (request.position == 0) text.clear();
+    if (text.empty() && !append_state(text, text_in(request.text))) return kControlUnknown;
     const auto begin = std::min<uint64_t>(request.position, text.size());
     const auto piece = std::string_view(text).substr(begin, sizeof(request.text));
     put_text(request, piece);
@@ -80,18 +83,23 @@ int32_t set_fault(void* record) {
     return 0;
 }
 
+int32_t release(void*) {
+    std::string error;
+    if (enforce::release(error)) return 0;
+    fprintf(stderr, "platformd: not released: %s\n", error.c_str());
+    return kIpcRefused;
+}
+
 struct ControlCall {
     size_t record_size;
     int32_t (*handle)(void* record);
 };
 
-constexpr const char* kNames[] = {kStateCall, kTraceCall, kTraceClearCall, kFaultCall,
-                                  kDescribeCall};
-constexpr ControlCall kCalls[] = {{sizeof(ControlText), read_state},
-                                  {sizeof(ControlText), read_trace},
-                                  {0, clear_trace},
-                                  {sizeof(ControlFault), set_fault},
-                                  {sizeof(ControlText), describe}};
+constexpr const char* kNames[] = {kStateCall, kTraceCall,    kTraceClearCall,
+                                  kFaultCall, kDescribeCall, kReleaseCall};
+constexpr ControlCall kCalls[] = {
+    {sizeof(ControlText), read_state}, {sizeof(ControlText), read_trace}, {0, clear_trace},
+    {sizeof(ControlFault), set_fault}, {sizeof(ControlText), describe},   {0, release}};
 static_assert(std::size(kNames) == std::size(kCalls));
 
 }  // namespace

@@ -10,9 +10,11 @@ extern "C" {
 #include <vector>
 
 #include "base/standard_descriptors.h"
+#include "platform/linux/enforce/applier.h"
 #include "platform/linux/ipc_server.h"
 #include "platform/linux/platformd/answer.h"
 #include "platform/linux/platformd/callees.h"
+#include "platform/linux/platformd/memory.h"
 #include "platform/linux/platformd/rc.h"
 #include "platform/linux/run_directory.h"
 
@@ -25,19 +27,23 @@ constexpr int kUsageStatus = 2;
 struct Options {
     const char* init_directory = "/etc/init.d";
     const char* bus_socket = nullptr;
+    bool enforce = false;
 };
 
 void print_usage() {
     fputs(
-        "usage: platformd [-d RUN_DIRECTORY] [-i INIT_DIRECTORY] [-s BUS_SOCKET]\n"
-        "Answers the gateway's platform calls and keeps what the services would hold.\n",
+        "usage: platformd [-e] [-d RUN_DIRECTORY] [-i INIT_DIRECTORY] [-s BUS_SOCKET]\n"
+        "Answers the gateway's platform calls and keeps what the services would hold; with -e the\n"
+        "kernel does as they say.\n",
         stderr);
 }
 
 bool parse(int argc, char** argv, Options& options) {
     int option;
-    while ((option = getopt(argc, argv, "d:i:s:")) != -1) {
-        if (option == 'i')
+    while ((option = getopt(argc, argv, "d:ei:s:")) != -1) {
+        if (option == 'e')
+            options.enforce = true;
+        else if (option == 'i')
             options.init_directory = optarg;
         else if (option == 's')
             options.bus_socket = optarg;
@@ -52,6 +58,15 @@ std::vector<const char*> all_names() {
     for (const auto& callee : all_callees())
         names.push_back(callee.name);
     return names;
+}
+
+// Whatever is missing, calls are answered. The kernel is left alone until the states are what they
+// were when the last platformd ended.
+void enforce_states() {
+    std::string error;
+    memory_restore();
+    if (enforce::start(error)) return;
+    fprintf(stderr, "platformd: nothing is enforced, only remembered: %s\n", error.c_str());
 }
 
 }  // namespace
@@ -76,9 +91,12 @@ int main(int argc, char** argv) {
                 run_directory());
         return EXIT_FAILURE;
     }
+    if (options.enforce) enforce_states();
     rc_start(options.init_directory, options.bus_socket);
     uloop_run();
     rc_stop();
+    enforce::settle();
+    enforce::stop();
     ipc_server_stop();
     uloop_done();
     return EXIT_SUCCESS;

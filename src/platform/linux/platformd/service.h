@@ -8,10 +8,13 @@
 
 #include "base/linkage.h"
 #include "platform/include/zu_call.h"
+#include "platform/linux/enforce/rules.h"
+#include "platform/linux/platformd/memory.h"
 
 // A service of the platform: a file in platform/linux/services that keeps what the real service
 // would hold, has one row per call in a table, and registers itself. The rest of platformd sees to
-// finding calls, checking records, tracing, faults and `platformctl state`.
+// finding calls, checking records, tracing, faults, `platformctl state`, and that the kernel
+// follows.
 
 namespace platform::platformd {
 
@@ -33,6 +36,10 @@ struct Service {
     /// Appends the state with `state_line` and `state_record`; null when there is none to show.
     /// The same state always gives the same text.
     void (*print)(std::string& out) = nullptr;
+    /// What the state means in the kernel; null for a service that only remembers.
+    const enforce::Rules* rules = nullptr;
+    /// Lists calls that make an empty state this one; null for a service that may begin anew.
+    void (*repeat)(CallList& calls) = nullptr;
 };
 
 /// Makes a service known; to be a static object of the service's file.

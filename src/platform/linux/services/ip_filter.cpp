@@ -1,25 +1,13 @@
 #include <algorithm>
 #include <cstring>
-#include <vector>
 
-#include "platform/include/records/ip_filter.h"
 #include "platform/linux/platformd/service.h"
+#include "platform/linux/services/ip_filter_rules.h"
 
 namespace platform::platformd::ip_filter {
 
 constexpr size_t kMaxRules = 1024;
 constexpr uint32_t kBothMask = kIpFilterUpMask | kIpFilterDownMask;
-
-struct Chain {
-    uint32_t enabled;
-    uint32_t list_type;
-    std::vector<st_filter_list> rules;
-};
-
-struct IpFilter {
-    Chain up;
-    Chain down;
-};
 
 IpFilter g_filter;
 
@@ -57,7 +45,7 @@ int32_t restart_set(st_filter_mode& mode) {
 // one is added before the old one is removed.
 int32_t rule_add(st_filter_list& rule) {
     auto* chain = chain_of(rule);
-    if (!chain || chain->rules.size() == kMaxRules) return -1;
+    if (!chain || chain->rules.size() == kMaxRules || !makes_sense(rule)) return -1;
     chain->rules.push_back(rule);
     return 0;
 }
@@ -93,6 +81,24 @@ void print(std::string& out) {
     print_chain(out, "down", g_filter.down);
 }
 
+void render(enforce::RuleText& text) {
+    render(g_filter, text);
+}
+
+void repeat(CallList& calls) {
+    calls.add(kIpFilterSet, {.up_filter_en = g_filter.up.enabled,
+                             .dn_filter_en = g_filter.down.enabled,
+                             .ui_dir_bitmap = kBothMask,
+                             .em_dn_listtype = g_filter.down.list_type,
+                             .em_up_listtype = g_filter.up.list_type});
+    for (const auto* chain : {&g_filter.up, &g_filter.down})
+        for (const auto& rule : chain->rules)
+            calls.add(kIpFilterRuleAdd, rule);
+}
+
+constexpr enforce::OwnedChain kChains[] = {kBase, kUp, kDown};
+constexpr enforce::Rules kRules{.chains = kChains, .render = render};
+
 constexpr ServiceCall kCalls[] = {
     service_call<set>(kIpFilterSet),
     service_call<restart_set>(kIpFilterRestartSet),
@@ -105,6 +111,8 @@ ServiceRegistration g_registration({.name = "ip_filter",
                                     .init = "zu_sec_ipfilter_init",
                                     .reset = reset,
                                     .calls = kCalls,
-                                    .print = print});
+                                    .print = print,
+                                    .rules = &kRules,
+                                    .repeat = repeat});
 
 }  // namespace platform::platformd::ip_filter

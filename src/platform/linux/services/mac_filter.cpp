@@ -1,60 +1,66 @@
 #include <algorithm>
 #include <cstring>
-#include <vector>
 
-#include "platform/include/records/mac_filter.h"
 #include "platform/linux/platformd/service.h"
+#include "platform/linux/services/mac_filter_rules.h"
 
 namespace platform::platformd::mac_filter {
 
 constexpr size_t kMaxItems = 1024;
 
-uint32_t g_mode;
-std::vector<st_macfilter_item> g_items;
+MacFilter g_filter;
 
 void reset() {
-    g_mode = kMacFilterOff;
-    g_items.clear();
+    g_filter = {};
 }
 
 int32_t mode_set(st_macfilter_mode& mode) {
     if (mode.mac_filter > kMacFilterWhiteList) return -1;
-    g_mode = mode.mac_filter;
+    g_filter.mode = mode.mac_filter;
     return 0;
 }
 
-bool is_item(const st_macfilter_item& item) {
-    return strnlen(item.mac, sizeof(item.mac)) == sizeof(item.mac) - 1 &&
-           (item.mac_kind == kMacKindHost || item.mac_kind == kMacKindDestination);
-}
-
 auto find(const st_macfilter_item& item) {
-    return std::ranges::find_if(g_items, [&item](const st_macfilter_item& held) {
+    return std::ranges::find_if(g_filter.items, [&item](const st_macfilter_item& held) {
         return memcmp(&held, &item, sizeof(held)) == 0;
     });
 }
 
 // An item is held once, however many rules of the gateway name its address.
 int32_t item_add(st_macfilter_item& item) {
-    if (!is_item(item)) return -1;
-    if (find(item) != g_items.end()) return 0;
-    if (g_items.size() == kMaxItems) return -1;
-    g_items.push_back(item);
+    if (!makes_sense(item)) return -1;
+    if (find(item) != g_filter.items.end()) return 0;
+    if (g_filter.items.size() == kMaxItems) return -1;
+    g_filter.items.push_back(item);
     return 0;
 }
 
 int32_t item_del(st_macfilter_item& item) {
     const auto found = find(item);
-    if (found == g_items.end()) return -1;
-    g_items.erase(found);
+    if (found == g_filter.items.end()) return -1;
+    g_filter.items.erase(found);
     return 0;
 }
 
 void print(std::string& out) {
-    state_line(out, "mac_filter=%u items=%zu", g_mode, g_items.size());
-    for (const auto& item : g_items)
+    state_line(out, "mac_filter=%u items=%zu", g_filter.mode, g_filter.items.size());
+    for (const auto& item : g_filter.items)
         state_record(out, "item", kMacFilterItemLayout, &item);
 }
+
+void render(enforce::RuleText& text) {
+    render(g_filter, text);
+}
+
+void repeat(CallList& calls) {
+    calls.add(kMacFilterModeSet, {g_filter.mode});
+    for (const auto& item : g_filter.items)
+        calls.add(kMacFilterItemAdd, item);
+}
+
+constexpr enforce::OwnedChain kChains[] = {kFrames};
+constexpr enforce::OwnedSet kSets[] = {kHosts, kDestinations};
+constexpr enforce::Rules kRules{.chains = kChains, .sets = kSets, .render = render};
 
 constexpr ServiceCall kCalls[] = {
     service_call<mode_set>(kMacFilterModeSet),
@@ -66,6 +72,8 @@ ServiceRegistration g_registration({.name = "mac_filter",
                                     .init = "init_macfilter",
                                     .reset = reset,
                                     .calls = kCalls,
-                                    .print = print});
+                                    .print = print,
+                                    .rules = &kRules,
+                                    .repeat = repeat});
 
 }  // namespace platform::platformd::mac_filter

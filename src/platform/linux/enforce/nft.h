@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+
+// The kernel's packet filter, by texts in nftables' language. In one of two builds: on libnftables,
+// or without it, where everything fails and says so.
+
+namespace platform::platformd::enforce {
+
+/// Each takes a whole text as one transaction: all of it happens, or nothing. False leaves in
+/// `error` why, in one line.
+bool nft_run(const std::string& text, std::string& error);
+/// Only asks whether it would be taken, as far as can be told without doing it.
+bool nft_check(const std::string& text, std::string& error);
+
+/// What a `list` command prints; empty when it fails.
+std::string nft_list(const std::string& command);
+
+}  // namespace platform::platformd::enforce

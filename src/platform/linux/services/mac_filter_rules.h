@@ -1,0 +1,29 @@
+#pragma once
+
+#include <vector>
+
+#include "platform/include/records/mac_filter.h"
+#include "platform/linux/enforce/marks.h"
+#include "platform/linux/enforce/rules.h"
+
+// What the MAC filter's state means in the kernel.
+
+namespace platform::platformd::mac_filter {
+
+struct MacFilter {
+    uint32_t mode;
+    std::vector<st_macfilter_item> items;
+};
+
+/// False when the item's address is none, or its kind is unknown.
+bool makes_sense(const st_macfilter_item& item);
+
+inline constexpr enforce::OwnedChain kFrames{enforce::Family::Bridge, "mac_filter", "prerouting",
+                                             enforce::kMacFilterPriority};
+inline constexpr enforce::OwnedSet kHosts{enforce::Family::Bridge, "mac_hosts", "ether_addr"};
+inline constexpr enforce::OwnedSet kDestinations{enforce::Family::Bridge, "mac_dests",
+                                                 "ether_addr"};
+
+void render(const MacFilter& filter, enforce::RuleText& text);
+
+}  // namespace platform::platformd::mac_filter
