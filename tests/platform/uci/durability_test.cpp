@@ -7,6 +7,7 @@
 #include <sys/syscall.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdarg>
@@ -22,7 +23,7 @@ namespace {
 enum class Fault { None, Error, Kill };
 Fault fault = Fault::None;
 int calls_before_fault = 0;
-int syncs = 0;
+std::atomic<int> syncs = 0;
 bool files_change_places = true;
 
 bool is_refused() {
