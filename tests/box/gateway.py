@@ -9,8 +9,8 @@ CONFIG = Path("/etc/config")
 PRISTINE = Path("/var/lib/box-pristine")
 COMPATIBLE = Path("/sys/firmware/devicetree/base/compatible")
 # What a run of the daemon leaves behind, other than configuration.
-LEFTOVERS = ["/tmp/cgi_dnsfilter", "/config/work/valueset", "/var/log/box/appcfgd.log", "/run/zu_log",
-             "/run/appcfg"]
+LEFTOVERS = ["/tmp/cgi_dnsfilter", "/config/work/valueset", "/var/log/box/appcfgd.log", "/var/log/box/calls",
+             "/run/zu_log", "/run/appcfg", "/var/run/wan_backup_manager.exit"]
 PORTS = ["eth0", "eth1", "eth2", "eth3"]
 NETFILTER = [("ebtables", "nat"), ("iptables", "mangle"), ("ip6tables", "mangle")]
 
