@@ -10,7 +10,6 @@ using Attr = IgdSecMacFiltAttr;
 using Rule = IgdSecMacFiltList;
 using Items = std::vector<std::string>;
 
-constexpr char kModeSet[] = "zu_zu_lanhost_macfilter_mode_set_call";
 constexpr char kItemAdd[] = "zu_zu_lanhost_macfilter_item_add_call";
 constexpr MacAddress kHost{0xaa, 0xbb, 0xcc, 0xdd, 0xee, 0xff};
 constexpr MacAddress kOther{2, 0, 0, 0, 0, 1};
@@ -65,14 +64,6 @@ TEST_F(MacFilterTest, DestinationIsSentButNotStored) {
     EXPECT_EQ(items(), (Items{"+2 02:00:00:00:00:01", "+1 AA:BB:CC:DD:EE:FF"}));
     EXPECT_EQ(row(0).macAddress, kHost);
     EXPECT_EQ(row(0).destMacAddress, kNoMac);
-}
-
-TEST_F(MacFilterTest, ChangedAttributesDisableTheRulesInTheListOnly) {
-    add(kHost);
-    Attr attr{.ucMacFilterEnable = 1, .ucFilterMode = 9, .ulBitmap = 1};
-    EXPECT_EQ(igdCmSecureMacFilterAttrSet(&attr, sizeof(attr)), 0);
-    EXPECT_EQ(calls(), Names{kModeSet});
-    EXPECT_EQ(row(0).ulEnable, 0u);
 }
 
 TEST_F(MacFilterTest, EachBitOfASetDoesItsOwnPart) {
