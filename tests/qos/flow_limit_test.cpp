@@ -10,7 +10,6 @@
 
 using namespace appcfg;
 using namespace appcfg::qos;
-using recording_platform::Call;
 using recording_platform::take;
 
 namespace {
@@ -61,7 +60,6 @@ TEST(FlowLimitTexts, HostileOnesFillNoMoreThanTheTable) {
     const auto vlans =
         std::bind_front(parsed<st_qos_vlan_limit>, igdCmQosVlanLimitResolveFromString);
     EXPECT_EQ(vlans("100/20,,200/5.5,x"), "100=20 200=5.5 0=0 ");
-    EXPECT_EQ(vlans(repeated("1/2,", 31)), repeated("1=2 ", 10));
     EXPECT_EQ(vlans(std::string(127, '9')), "4294967295=0 ");
 
     const auto ranges = std::bind_front(parsed<st_qos_ip_limit>, igdCmQosIpLimitResolveFromString);
@@ -74,12 +72,6 @@ TEST(FlowLimitTexts, HostileOnesFillNoMoreThanTheTable) {
 struct FlowLimitTest : ModuleTest {
     FlowLimitTest() : ModuleTest(register_tables) {}
 };
-
-double real(const Call& call, size_t offset) {
-    double value;
-    std::memcpy(&value, &call.record[offset], sizeof(value));
-    return value;
-}
 
 TEST_F(FlowLimitTest, OneTextAloneTakesTheOthersOfItsDirectionAway) {
     write_package("app_qos",
@@ -96,8 +88,7 @@ TEST_F(FlowLimitTest, OneTextAloneTakesTheOthersOfItsDirectionAway) {
     EXPECT_EQ(set(), 0);
     const auto sent = take();
     EXPECT_EQ(sent[0].word(12) + sent[0].word(488 + 4), 1u + 45u) << "what is lifted";
-    EXPECT_EQ(real(sent[0], 16) + real(sent[0], 496), 0);
-    EXPECT_EQ(sent[1].word(492) + real(sent[1], 16), 46 + 1);
+    EXPECT_EQ(sent[1].word(12) + sent[1].word(492), 1u + 46u);
     EXPECT_EQ(igdCmQosFlowLimitAttrGet(&request, sizeof(request)), 0);
     EXPECT_STREQ(request.aucUpLanLimit, "LAN1/1");
     EXPECT_STREQ(request.aucDownVlanLimit, "46/2");
