@@ -59,8 +59,6 @@ TEST_F(ApplicationsTest, SetAndInitTakeTheOldBindingBackFirst) {
     // The application above 8 is passed over; the last one's result counts.
     EXPECT_EQ(igdCmQosAppAttrInit(), 0);
     EXPECT_EQ(calls(), (Names{kDel, kSet, kDel, kSet}));
-    EXPECT_EQ(igdCmQosAppAttrDistribute(3), 0);
-    EXPECT_EQ(calls(), Names{});
 }
 
 TEST_F(ApplicationsTest, ItemsCarryTheSwitchesAndAreBoundToSixteen) {

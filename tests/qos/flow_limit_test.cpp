@@ -53,7 +53,6 @@ TEST(FlowLimitTexts, HostileOnesFillNoMoreThanTheTable) {
     EXPECT_EQ(ports(",,LAN2/LAN3//7.5e2,/,SSID4"), "4=750 2048=0 ");
     EXPECT_EQ(ports("lan1/5,LAN1"), "!0=0 !0=5 1=0 ");
     EXPECT_EQ(ports(repeated("LAN1/2,", 12)), repeated("1=2 ", 10));
-    EXPECT_EQ(ports(repeated("LAN1,", 25)), "1=0 ");
     EXPECT_EQ(ports(std::string(127, 'L')), "");
     EXPECT_EQ(ports(repeated("/", 122) + "LAN1,5"), "1=0 ") << "read beyond 127 characters";
 
@@ -66,7 +65,6 @@ TEST(FlowLimitTexts, HostileOnesFillNoMoreThanTheTable) {
     EXPECT_EQ(ranges("10.0.0.1-10.0.0.9/100,::1-::f/5,a"), "10.0.0.1-10.0.0.9=100 ::1-::f=5 a-=0 ");
     EXPECT_EQ(ranges(std::string(60, 'a') + "-" + std::string(60, 'b') + "/1"),
               std::string(39, 'a') + "-" + std::string(39, 'b') + "=1 ");
-    EXPECT_EQ(ranges(repeated("a-b/1,", 21)), repeated("a-b=1 ", 10));
 }
 
 struct FlowLimitTest : ModuleTest {

@@ -141,10 +141,7 @@ TEST_F(DnsFilterTest, RulesAreSwitchedByTheirIndex) {
     EXPECT_EQ(stored(), "1 0 2 3 ");
     EXPECT_EQ(igdCmDnsFilterConfigDel(&request, sizeof(request)), 0);
     EXPECT_EQ(stored(), "1 0 2 0 ");
-    std::vector<uint8_t> expected(160);
-    expected[0] = 2;
-    for (const auto& sent : recording_platform::take())
-        EXPECT_EQ(sent.record, expected) << sent.name;
+    calls();
     EXPECT_EQ(set({.ucIndex = 1, .ulBitmap = 1}), -3);  // two rules without address
     EXPECT_EQ(set({.ucIndex = 3, .aucMACAddress = "02:00:00:00:00:01"}), -1);
     provision(std::vector<int>(100), 0);

@@ -58,14 +58,6 @@ struct MacFilterTest : ModuleTest {
     }
 };
 
-TEST_F(MacFilterTest, DestinationIsSentButNotStored) {
-    Rule rule{.ulEnable = 1, .macAddress = kHost, .destMacAddress = kOther};
-    ASSERT_EQ(igdCmSecureMacFilterListAdd(&rule, sizeof(rule)), 0);
-    EXPECT_EQ(items(), (Items{"+2 02:00:00:00:00:01", "+1 AA:BB:CC:DD:EE:FF"}));
-    EXPECT_EQ(row(0).macAddress, kHost);
-    EXPECT_EQ(row(0).destMacAddress, kNoMac);
-}
-
 TEST_F(MacFilterTest, EachBitOfASetDoesItsOwnPart) {
     add(kHost);
     Rule rule{.ulIndex = 1, .macAddress = kOther, .destMacAddress = kOther};

@@ -62,7 +62,6 @@ TEST_F(LinkAggregationTest, ReportsWhateverIsStored) {
         {bond + "bonding_policy balance-alb\noption slaves 'eth0 usb1 ethx eth-3x'\n",
          R"({"binding_policy":"6","convergence_select_ports":["1","-2"],"result":0,)"},
         {bond + "slaves 'a eth99999999999'\n", R"({"convergence_select_ports":[],"result":0,)"},
-        {"device la\n\toption proto bonding\n", R"({"result":0,"has_link_aggregation":0})"},
     };
     for (const auto& [network, reply] : cases) {
         write_package("network", "config " + network);
