@@ -2,14 +2,12 @@
 #include <atomic>
 
 #include "base/names.h"
-#include "uplink/uplink_commands.h"
 #include "uplink/uplink_test.h"
 
 using namespace appcfg;
 
 namespace {
 
-using appcfg::uplink::is_section_name;
 using recording_commands::Lines;
 using recording_commands::take;
 using recording_commands::wait_for;
@@ -187,10 +185,6 @@ TEST(Name, IsWhatNoShellReadsAnythingInto) {
          {"", "eth0;reboot", "eth0\nreboot", "eth0 x", "eth$(reboot)", "eth`x`", "eth0&x", "eth'x",
           "eth\"x", "eth/x", "eth\\x", "eth*", "eth|x", "eth\xc3\xa9", "name_of_16_chars"})
         EXPECT_FALSE(base::is_interface_name(name)) << name;
-    const std::string long_name(110, 'x');
-    EXPECT_TRUE(is_section_name(long_name));
-    for (const auto& name : {std::string(), long_name + 'x', std::string("wan;reboot")})
-        EXPECT_FALSE(is_section_name(name)) << name;
 }
 
 TEST_F(LinkAggregationTest, RequestsDoNotWaitAndABondMadeMeanwhileKeepsTheDetectionOff) {

@@ -166,18 +166,6 @@ TEST_F(Vsuci, AFailedChangeVoidsTheWholeHold) {
     EXPECT_EQ(vsuci_set("app_t", "@ROW[0]", "a", "2"), 0);
 }
 
-TEST_F(Vsuci, SeveralPackagesAreHeldAtATime) {
-    const auto name = [](int n) { return "app_" + std::to_string(n); };
-    for (int n = 0; n < 10; ++n)
-        vsuci_hold(name(n).c_str());
-    for (int n = 0; n < 10; ++n)
-        ASSERT_TRUE(add_row(name(n).c_str(), n) && add_row(name(n).c_str(), n));
-    for (int n = 0; n < 10; ++n)
-        EXPECT_EQ(vsuci_release(name(n).c_str()), 0);
-    reopen();
-    EXPECT_EQ(get("app_9", "@ROW[1]", "c"), "9");
-}
-
 TEST_F(Vsuci, AHoldForChangeHasTheLockBeforeAnythingIsChanged) {
     ASSERT_TRUE(add_row("app_t", 1));
     const auto inode = status("app_t").st_ino;
