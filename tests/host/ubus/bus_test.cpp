@@ -114,9 +114,6 @@ TEST_F(Bus, ToolPrintsWhatTheBusAnswers) {
         {"call ours refuse '{\"a\":1}'",
          {negated(UBUS_STATUS_PERMISSION_DENIED), "{\n\t\"a\": 1\n}\n",
           failed + "ubus call ours refuse {\"a\":1} (Permission denied)\n"}},
-        {"call ours echo '[1]'",
-         {negated(UBUS_STATUS_PARSE_ERROR), "",
-          failed + "ubus call ours echo [1] (Parsing message data failed)\n"}},
         {"-S -t 1 call ours silent", {UBUS_STATUS_TIMEOUT}},
         {"-t 1 wait_for ours none", {UBUS_STATUS_TIMEOUT, "", failed + "Request timed out\n"}},
     };
