@@ -2,6 +2,7 @@
 #include <atomic>
 
 #include "base/names.h"
+#include "uplink/uplink_commands.h"
 #include "uplink/uplink_test.h"
 
 using namespace appcfg;
@@ -185,6 +186,8 @@ TEST(Name, IsWhatNoShellReadsAnythingInto) {
          {"", "eth0;reboot", "eth0\nreboot", "eth0 x", "eth$(reboot)", "eth`x`", "eth0&x", "eth'x",
           "eth\"x", "eth/x", "eth\\x", "eth*", "eth|x", "eth\xc3\xa9", "name_of_16_chars"})
         EXPECT_FALSE(base::is_interface_name(name)) << name;
+    for (const auto& name : {std::string(), std::string(111, 'x'), std::string("wan;reboot")})
+        EXPECT_FALSE(uplink::is_section_name(name)) << name;
 }
 
 TEST_F(LinkAggregationTest, RequestsDoNotWaitAndABondMadeMeanwhileKeepsTheDetectionOff) {
