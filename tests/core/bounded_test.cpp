@@ -5,12 +5,10 @@
 #include <string>
 
 #include "core/reply_buffer.h"
-#include "support/recording_platform.h"
 
 using namespace appcfg;
 
 TEST(BoundedTest, TextThatDoesNotFitIsReportedWhereItWasAskedForOrCut) {
-    recording_platform::open_log(false);
     char text[4] = "old";
     testing::internal::CaptureStdout();
     const int line = __LINE__ + 1;

@@ -74,21 +74,6 @@ TEST_F(TableTest, WhatIsStoredIsNeverTrustedAndWhatIsNotReadsAsDefaults) {
         EXPECT_EQ(change, 0);
 }
 
-TEST_F(TableTest, DeletingTheFirstRowMovesTheOthersAndKeepsTheirIndexes) {
-    for (uint32_t index : {1u, 2u, 7u}) {
-        const Row row{.ulIndex = index};
-        ASSERT_EQ(mib_chain_add(7, &row), 1);
-    }
-    EXPECT_EQ(next_index(kTable, &Row::ulIndex), 8u);
-    ASSERT_EQ(mib_chain_delete(7, 0), 1);
-    Row row;
-    EXPECT_EQ(mib_chain_total(7), 2);
-    EXPECT_EQ(find_index(kTable, row, &Row::ulIndex, 2u), 0);
-    EXPECT_EQ(find_index(kTable, row, &Row::ulIndex, 7u), 1);
-    EXPECT_EQ(row.ulIndex, 7u);
-    EXPECT_EQ(find_index(kTable, row, &Row::ulIndex, 1u), -1);
-}
-
 TEST_F(TableTest, RowThatDoesNotReachTheDiskIsReportedAndNotSeen) {
     const Row row{.ulIndex = 1};
     ASSERT_EQ(mib_chain_add(7, &row), 1);

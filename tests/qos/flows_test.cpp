@@ -291,12 +291,6 @@ TEST_F(FlowsTest, EntriesEndTextsThatFillTheirMembers) {
     auto kinds = take().at(0).words();
     kinds.resize(12);
     EXPECT_EQ(kinds, (std::vector<uint32_t>{4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 0x20, 1}));
-    store(row("IGD_QOS_CLF_ATTR_TAB", "ucClfIndex=1"));
-    ClfType type{.ucClfIndex = 1, .ucType = 1, .ulBitmap = ClfType::All};
-    std::memset(type.aucMax, '9', sizeof(type.aucMax));
-    EXPECT_EQ(recording_platform::enter("zu_igdCmQosClfTypeAttrAdd_cli_call", &type, sizeof(type)),
-              0);
-    EXPECT_TRUE(is_stored("aucMax '" + std::string(127, '9') + "'"));
 }
 
 TEST_F(FlowsTest, RowsMadeByHandAreSurvived) {

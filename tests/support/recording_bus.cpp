@@ -75,7 +75,3 @@ BusReply success() {
 BusReply failure(int code, const std::string& reason) {
     return {0, "{\"result\":" + std::to_string(code) + ",\"fail_reason\":\"" + reason + "\"}"};
 }
-
-BusReply refused(int status) {
-    return {status, ""};
-}

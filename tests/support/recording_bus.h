@@ -33,5 +33,3 @@ void PrintTo(const BusReply& reply, std::ostream* out);
 /// {"result":0}
 BusReply success();
 BusReply failure(int code, const std::string& reason);
-/// A refusal by bus status alone.
-BusReply refused(int status);

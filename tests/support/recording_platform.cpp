@@ -8,7 +8,6 @@
 #include "zu_ebtables.h"
 #include "zu_ipc.h"
 #include "zu_log.h"
-#include "zu_services.h"
 
 namespace recording_platform {
 namespace {
@@ -22,9 +21,6 @@ std::vector<Call> calls;
 std::map<std::string, Refusal> refusals;
 std::map<std::string, std::vector<uint8_t>> answers;
 std::function<int32_t(const Call&)> asked;
-bool log_open = false;
-
-std::vector<uint8_t> appended;
 
 /// Filled by static initialisers, perhaps before those of this file have run.
 std::vector<const zu_owal_ipc_entry*>& registered() {
@@ -32,9 +28,9 @@ std::vector<const zu_owal_ipc_entry*>& registered() {
     return list;
 }
 
-int32_t record_call(const char* name, bool queued, const void* record, uint32_t size) {
+int32_t record_call(const char* name, const void* record, uint32_t size) {
     const auto* bytes = static_cast<const uint8_t*>(record);
-    calls.push_back({name, queued, {bytes, bytes + size}});
+    calls.push_back({name, {bytes, bytes + size}});
     const auto refusal = refusals.find(name);
     if (refusal != refusals.end() && refusal->second.after-- <= 0) return refusal->second.result;
     return asked ? asked(calls.back()) : 0;
@@ -44,12 +40,7 @@ int32_t record_texts(const char* name, std::initializer_list<const char*> texts)
     std::string line;
     for (const char* text : texts)
         line += (line.empty() ? "" : " ") + std::string(text);
-    return record_call(name, false, line.c_str(), static_cast<uint32_t>(line.size() + 1));
-}
-
-int32_t record_words(const char* name, std::vector<uint32_t> words) {
-    return record_call(name, false, words.data(),
-                       static_cast<uint32_t>(words.size() * sizeof(uint32_t)));
+    return record_call(name, line.c_str(), static_cast<uint32_t>(line.size() + 1));
 }
 
 }  // namespace
@@ -75,7 +66,6 @@ void reset() {
     refusals.clear();
     answers.clear();
     asked = nullptr;
-    log_open = false;
 }
 
 void on_call(std::function<int32_t(const Call&)> hook) {
@@ -105,18 +95,11 @@ const std::vector<const zu_owal_ipc_entry*>& entries() {
     return registered();
 }
 
-int32_t enter(const std::string& name, void* record, uint32_t size, std::vector<uint8_t>* rows) {
+int32_t enter(const std::string& name, void* record, uint32_t size) {
     const auto found = std::ranges::find(
         registered(), name, [](const zu_owal_ipc_entry* entry) { return entry->name; });
     if (found == registered().end()) return -1;
-    appended.clear();
-    const int32_t result = (*found)->handler(record, size);
-    if (rows) *rows = appended;
-    return result;
-}
-
-void open_log(bool open) {
-    log_open = open;
+    return (*found)->handler(record, size);
 }
 
 }  // namespace recording_platform
@@ -124,14 +107,14 @@ void open_log(bool open) {
 using namespace recording_platform;
 
 int32_t zu_ipc_call(const char* name, void* record, uint32_t size) {
-    const int32_t result = record_call(name, false, record, size);
+    const int32_t result = record_call(name, record, size);
     if (const auto found = answers.find(name); found != answers.end())
         std::memcpy(record, found->second.data(), std::min<size_t>(size, found->second.size()));
     return result;
 }
 
 int32_t zu_ipc_asyn_call(const char* name, const void* record, uint32_t size) {
-    return record_call(name, true, record, size);
+    return record_call(name, record, size);
 }
 
 int32_t zu_owal_ipc_register(const zu_owal_ipc_entry* entry) {
@@ -139,9 +122,7 @@ int32_t zu_owal_ipc_register(const zu_owal_ipc_entry* entry) {
     return 0;
 }
 
-int32_t zu_owal_ipc_append(const void* rows, uint32_t size) {
-    const auto* bytes = static_cast<const uint8_t*>(rows);
-    appended.insert(appended.end(), bytes, bytes + size);
+int32_t zu_owal_ipc_append(const void*, uint32_t) {
     return 0;
 }
 
@@ -150,29 +131,7 @@ int32_t zu_owal_ipc_serve() {
 }
 
 int32_t zu_log_print_on(uint32_t, uint32_t) {
-    return log_open;
-}
-
-#define SERVICE_INIT(name)              \
-    int32_t name() {                    \
-        return record_words(#name, {}); \
-    }
-SERVICE_INIT(zu_sec_wlan_isolation_init)
-SERVICE_INIT(zu_sec_dnsfilter_init)
-SERVICE_INIT(zu_sec_ipfilter_init)
-SERVICE_INIT(zu_sec_urlfilter_init)
-SERVICE_INIT(zu_netapp_loopback_init)
-SERVICE_INIT(init_macfilter)
-SERVICE_INIT(zu_qos_init)
-
-int32_t zu_netif_set_dport_flow(uint32_t port, uint32_t index, uint32_t value) {
-    return record_words(__func__, {port, index, value});
-}
-int32_t zu_netif_set_sport_flow(uint32_t port, uint32_t index, uint32_t value) {
-    return record_words(__func__, {port, index, value});
-}
-int32_t zu_netif_set_cpu_rate(uint32_t rate) {
-    return record_words(__func__, {rate});
+    return 0;
 }
 
 int32_t zu_ebtables_newchain(const char* table, const char* chain, const char* policy) {

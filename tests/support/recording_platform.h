@@ -14,7 +14,6 @@ namespace recording_platform {
 
 struct Call {
     std::string name;  ///< of the IPC entry or the library function
-    bool queued = false;
     std::vector<uint8_t> record;
 
     /// The 32-bit word at a byte offset of the record.
@@ -25,7 +24,7 @@ struct Call {
     std::string text(size_t offset) const;
 };
 
-/// Forgets all calls and refusals and closes the log gate.
+/// Forgets all calls and refusals.
 void reset();
 
 /// The calls since the last `reset` or `take`, and forgets them.
@@ -46,12 +45,7 @@ void answer(const std::string& name, std::vector<uint8_t> record);
 /// The entries that the daemon offers, in the order in which they were registered.
 const std::vector<const zu_owal_ipc_entry*>& entries();
 
-/// Calls an entry as another process would, -1 if there is none of that name; `rows` gets what the
-/// entry appended.
-int32_t enter(const std::string& name, void* record, uint32_t size,
-              std::vector<uint8_t>* rows = nullptr);
-
-/// Opens or closes the log gate for every module.
-void open_log(bool open);
+/// Calls an entry as another process would, -1 if there is none of that name.
+int32_t enter(const std::string& name, void* record, uint32_t size);
 
 }  // namespace recording_platform

@@ -14,5 +14,4 @@ class ScratchTest : public ScratchFolderTest {
     }
 
     std::filesystem::path run() const { return directory() / "run"; }
-    std::filesystem::path ipc(const std::string& name) const { return run() / "zu_ipc" / name; }
 };

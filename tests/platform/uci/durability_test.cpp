@@ -105,6 +105,14 @@ class Durability : public Scratch {
             if (name != "app_t" && name != ".app_t.appcfgd-new") return false;
         return true;
     }
+    /// Commits as many sections, one by one.
+    Child start_tool(int sections) const {
+        return Child::execute({"/bin/sh", "-c",
+                               "export u=\"" UCI_TOOL_PATH " -c " + config + " -t " + folder +
+                                   "/save\"; for n in `seq " + std::to_string(sections) +
+                                   "`; do $u set app_t.tool$n=TOOL; "
+                                   "$u commit app_t || exit 1; done"});
+    }
 };
 
 // The last step but one, syncing the directory, comes after the replacement: it fails the call, but
@@ -225,13 +233,7 @@ TEST_F(Alternation, WhatOthersWriteMeanwhileStays) {
 
 TEST_F(Alternation, ACommitOfTheCommandLineToolIsNotUndoneNorUndoesAChange) {
     if (access(UCI_TOOL_PATH, X_OK) != 0) GTEST_SKIP() << "no " UCI_TOOL_PATH;
-    const std::string line =
-        "export u=\"" UCI_TOOL_PATH " -c " + config + " -t " + folder +
-        "/save\"; for n in `seq 30`; do $u set app_t.tool$n=TOOL; $u commit app_t || exit 1; done";
-    const Child tool = start([&] {
-        execl("/bin/sh", "sh", "-c", line.c_str(), nullptr);
-        return false;
-    });
+    const Child tool = start_tool(30);
     vsuci_alternate("app_t");
     for (int n = 0; tool.alive(); ++n) {
         EXPECT_TRUE(show(n % 2));
@@ -298,13 +300,7 @@ TEST_F(Durability, AFullDiskLosesNothingThatWasStored) {
 TEST_F(Durability, NeitherWeNorTheCommandLineToolLoseARow) {
     if (access(UCI_TOOL_PATH, X_OK) != 0) GTEST_SKIP() << "no " UCI_TOOL_PATH;
     write("app_t", "");
-    const std::string line =
-        "export u=\"" UCI_TOOL_PATH " -c " + config + " -t " + folder +
-        "/save\"; for n in `seq 50`; do $u set app_t.tool$n=TOOL; $u commit app_t || exit 1; done";
-    Child tool = start([&] {
-        execl("/bin/sh", "sh", "-c", line.c_str(), nullptr);
-        return false;
-    });
+    Child tool = start_tool(50);
     int refused = 0;
     for (int n = 0; n < 50; ++n)
         while (!add_row("app_t", n) && ++refused < 50)

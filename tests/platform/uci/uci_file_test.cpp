@@ -80,21 +80,6 @@ TEST_F(UciFileTest, PendingEditsOfOthersAreNeitherSeenNorPublished) {
     EXPECT_TRUE(std::filesystem::remove(pending));
 }
 
-TEST_F(UciFileTest, ALockOfAnotherIsWaitedForButNotForEver) {
-    write("network", "config row 'r'\n");
-    const int other = open(path("network").c_str(), O_RDONLY | O_CLOEXEC);
-    ASSERT_EQ(flock(other, LOCK_SH), 0);
-    EXPECT_FALSE(change());
-    EXPECT_EQ(read("network"), "config row 'r'\n");
-    std::thread holder([&] {
-        usleep(100'000);
-        flock(other, LOCK_UN);
-    });
-    EXPECT_TRUE(change());
-    holder.join();
-    close(other);
-}
-
 TEST_F(UciFileTest, TheWaitsOfARequestShareOneBudget) {
     write("network", "config row 'r'\n");
     const int other = open(path("network").c_str(), O_RDONLY | O_CLOEXEC);
@@ -168,23 +153,6 @@ TEST_F(UciFileTest, WhoCommitsOnTheOldFileFindsTheNewContentInItAndIsAwaited) {
         EXPECT_EQ(found, has_another_name ? old_text : read("network"));
     }
     EXPECT_EQ(read("backup"), "config row 'r'\n\toption a 'a long text that will go away'\n");
-}
-
-TEST_F(UciFileTest, ThreadsChangePackagesAtTheSameTime) {
-    write("network", "config row 'r'\n");
-    write("firewall", "config row 'r'\n");
-    const auto edit = [](const char* package, const char* option) {
-        const UciContext own = uci_new_context();
-        for (int n = 0; n < 30; ++n)
-            EXPECT_TRUE(change(own, package, option, std::to_string(n).c_str()));
-    };
-    std::thread first(edit, "network", "a");
-    std::thread second(edit, "firewall", "a");
-    edit("network", "b");
-    first.join();
-    second.join();
-    EXPECT_EQ(get("network", "r", "a") + get("network", "r", "b") + get("firewall", "r", "a"),
-              "292929");
 }
 
 }  // namespace
