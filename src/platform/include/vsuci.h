@@ -69,7 +69,7 @@ int32_t vsuci_get_zu_cfm(const char* package, const char* section, const char* o
 /// has been changed so far. From the first change on the package is locked against other writers;
 /// if it was changed by one of them after it had been read within the hold, that first change
 /// fails. Holds of one package nest: the outermost counts, and those within only make parts of its
-/// change. Several packages may be held at a time. Where the platform has no such thing these three
+/// change. Several packages may be held at a time. Where the platform has no such thing both
 /// do nothing, and succeed.
 void vsuci_hold(const char* package);
 
@@ -81,14 +81,6 @@ void vsuci_hold(const char* package);
 /// platform, or the file system, has no such thing, every change is written as ever.
 void vsuci_alternate(const char* package);
 [[nodiscard]] int32_t vsuci_settle(const char* package);
-
-/// A hold that begins with what a change may fail for because of others: it waits for their lock,
-/// makes sure that the package can be read and written, and keeps it locked up to the release. For
-/// changes that are told to the platform before they are stored. -1, and nothing is held, if it
-/// cannot; an outer hold of the package fails with it. A package that is missing is made, and goes
-/// again if nothing is put into it. As long as it is held every other program that reads or changes
-/// the package waits: none that does may be waited for meanwhile.
-[[nodiscard]] int32_t vsuci_hold_for_change(const char* package);
 
 /// Ends the hold begun last. Of an outermost one, makes durable what was changed since: -1 if it
 /// could not be written, or if a change failed in between, then the package is as it was before the

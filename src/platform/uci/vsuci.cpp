@@ -244,15 +244,6 @@ int32_t vsuci_settle(const char* package) {
     return !found || found->file().settle() ? 0 : -1;
 }
 
-int32_t vsuci_hold_for_change(const char* package) {
-    Package* held = find_package(package);
-    if (!held) return -1;
-    ++held->hold.depth;
-    if (begin_change(*held, UciMissing::Create)) return 0;
-    fail_hold(*held);
-    return vsuci_release(package);
-}
-
 int32_t vsuci_release(const char* package) {
     Package* held = package ? find_loaded(package) : nullptr;
     if (!held || held->hold.depth == 0) return -1;

@@ -12,9 +12,6 @@
 extern "C" {
 
 void vsuci_hold(const char*) {}
-int32_t vsuci_hold_for_change(const char*) {
-    return 0;
-}
 int32_t vsuci_release(const char*) {
     return 0;
 }

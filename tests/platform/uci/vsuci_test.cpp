@@ -155,37 +155,14 @@ TEST_F(Vsuci, AFailedChangeVoidsTheWholeHold) {
     EXPECT_EQ(vsuci_release("app_t"), -1);
     vsuci_hold("app_t");
     EXPECT_TRUE(add_row("app_t", 2));
-    EXPECT_EQ(vsuci_hold_for_change("app_t"), 0);
+    vsuci_hold("app_t");
     EXPECT_EQ(vsuci_add("app_t", "no type", nullptr, 0), -1);
     EXPECT_EQ(vsuci_release("app_t"), -1);
     EXPECT_FALSE(add_row("app_t", 3));
-    EXPECT_EQ(vsuci_hold_for_change("app_t"), -1);
     EXPECT_EQ(total("app_t", "ROW"), 1);
     EXPECT_EQ(vsuci_release("app_t"), -1);
     EXPECT_EQ(read("app_t"), before);
     EXPECT_EQ(vsuci_set("app_t", "@ROW[0]", "a", "2"), 0);
-}
-
-TEST_F(Vsuci, AHoldForChangeHasTheLockBeforeAnythingIsChanged) {
-    ASSERT_TRUE(add_row("app_t", 1));
-    const auto inode = status("app_t").st_ino;
-    const int other = open(path("app_t").c_str(), O_RDONLY | O_CLOEXEC);
-    for (const bool changes : {false, true}) {
-        ASSERT_EQ(vsuci_hold_for_change("app_t"), 0);
-        EXPECT_NE(flock(other, LOCK_SH | LOCK_NB), 0);
-        EXPECT_EQ(vsuci_set("app_t", "@ROW[0]", "a", changes ? "2" : "1"), 0);
-        EXPECT_EQ(vsuci_release("app_t"), 0);
-        EXPECT_EQ(flock(other, LOCK_SH | LOCK_NB), 0);
-        EXPECT_EQ(status("app_t").st_ino != inode, changes);
-        flock(other, LOCK_UN);
-    }
-    close(other);
-    EXPECT_EQ(vsuci_hold_for_change("app_new"), 0);
-    EXPECT_EQ(vsuci_release("app_new"), 0);
-    write("app_bad", "config\n");
-    EXPECT_EQ(vsuci_hold_for_change("app_bad"), -1);
-    EXPECT_EQ(vsuci_release("app_bad"), -1);
-    EXPECT_EQ(entries(), (std::set<std::string>{"app_bad", "app_t"}));
 }
 
 TEST_F(Vsuci, ASetInAMissingSectionIsNoFailureOfTheHold) {
