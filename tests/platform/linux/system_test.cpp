@@ -1,9 +1,5 @@
 // The platform's helpers around the operating system: commands, ebtables, the log gate, texts.
 
-extern "C" {
-#include <libubox/uloop.h>
-}
-
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
@@ -71,35 +67,6 @@ TEST_F(CommandTest, ChildrenInheritNeitherDescriptorsNorSignalSettings) {
     EXPECT_NE(seen.npos, seen.find("SigIgn:\t0000000000000000")) << seen;
 }
 
-// The event loop collects whatever child has ended; a command must get its own status all the same,
-// though signals come, and must not collect the loop's children.
-TEST_F(CommandTest, StatusIsTheCommandsOwnWhileTheEventLoopHasChildren) {
-    static int command_status, process_status;
-    uloop_init();
-    struct sigaction alarm {};
-    struct sigaction before {};
-    alarm.sa_handler = [](int) {};
-    sigaction(SIGALRM, &alarm, &before);
-    uloop_process process{};
-    process.pid = fork();
-    if (process.pid == 0) _exit(5);
-    process.cb = [](uloop_process*, int status) {
-        process_status = WEXITSTATUS(status);
-        uloop_end();
-    };
-    uloop_process_add(&process);
-    uloop_timeout timeout{};
-    timeout.cb = [](uloop_timeout*) {
-        command_status = zu_os_execcmd("sleep 0.1; kill -ALRM $PPID; sleep 0.1; exit 6");
-    };
-    uloop_timeout_set(&timeout, 0);
-    uloop_run_timeout(10000);
-    uloop_done();
-    sigaction(SIGALRM, &before, nullptr);
-    EXPECT_EQ(6, WEXITSTATUS(command_status));
-    EXPECT_EQ(5, process_status);
-}
-
 class LogGateTest : public ScratchTest {
   protected:
     ~LogGateTest() override { reopen_log_gate(); }
@@ -125,28 +92,6 @@ TEST_F(LogGateTest, LevelsTakeEffectOnTheNextLine) {
     EXPECT_EQ(0U, level_of(kSecurity));
     EXPECT_EQ(std::string("\x00\xd0\x10\x04\0\0\0\0\x00\xc0\x10\x04\x04\0\0\0", 16),
               read_file(file()).substr(0, 16));
-}
-
-TEST_F(LogGateTest, FilesOfAnyKindLeaveAGateThatWorks) {
-    const std::string empty_table(512, '\0');
-    const auto put_file_open_to_others = [&] {
-        write_file(file(), empty_table);
-        chmod(file().c_str(), 0666);
-    };
-    write_file(directory() / "elsewhere", empty_table);
-    const std::function<void()> puts[] = {
-        [this] { std::filesystem::create_directories(file()); },
-        [this] { mkfifo(file().c_str(), 0600); },
-        [this] { std::filesystem::create_symlink(directory() / "elsewhere", file()); },
-        put_file_open_to_others,
-    };
-    for (const auto& put : puts) {
-        reopen_log_gate();
-        std::filesystem::remove_all(file());
-        put();
-        EXPECT_EQ(3U, level_of(kSecurity));
-        EXPECT_FALSE(set_log_level(kSecurity, 7));
-    }
 }
 
 }  // namespace
