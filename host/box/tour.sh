@@ -89,6 +89,15 @@ diff <(echo "$before") <(held) || {
 }
 echo "All services of the platform hold what they held before."
 
+heading "QoS: what goes first, and how fast a host may be. On plain Linux the platform only remembers it"
+call qos qos_basic_attr_set '{"aucMode":"VOIP","ucQosEnable":1,"ucPlan":1,"ucEnableForceWeight":0,"ucEnableDscpMark":1,"ucEnable8021p":0,"ucEnableTcMark":0,"ulBandwidth":20000,"ulTcpSession":0}'
+call qos qos_clf_attr_add '{"ucClfIndex":0,"class_queue_enable":1,"ucQueueNum":1,"ucDscpMarkValue":46,"uc8021pValue":0,"ucTcValue":0}'
+call qos qos_clf_type_attr_add '{"ucClfIndex":1,"ucTypeIndex":0,"ucProtocolList":2,"ucType":6,"aucMax":"5060","aucMin":"5060"}'
+call qos lanhost_bw_add '{"macaddr":"02:00:00:00:00:10","up_bandwidth":5000,"dn_bandwidth":8000}'
+call qos libqos_init
+shown platformctl state qos
+shown ebtables -t nat -L ZU_DEVSPEED_PREROUTING
+
 heading "The box stays up until Ctrl-C. From a second terminal:"
 cat <<'END'
     ./gw shell                                  a shell in this box
