@@ -12,13 +12,6 @@ namespace {
 
 constexpr uint8_t kDefaultQueue = 8;
 
-void log_refusal(const char* operation, const char* action, int32_t lRet) {
-    QOS_LOG_AS(operation,
-               "Call igdCmQosClassificationAttrDistribute() action [%s] failed with lRet "
-               "[%08x].\r\n\r\n",
-               action, static_cast<uint32_t>(lRet));
-}
-
 Steering steer(const Direction& direction, uint8_t queue_index) {
     Queue queue{};
     find_queue(direction, queue_index, queue);

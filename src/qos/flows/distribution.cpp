@@ -171,6 +171,13 @@ int32_t appcfg::qos::distribute(const Direction& direction, const ClfType& type,
     return verdict.sent ? send_flow(flow, operation) : verdict.result;
 }
 
+void appcfg::qos::log_refusal(const char* operation, const char* action, int32_t lRet) {
+    QOS_LOG_AS(operation,
+               "Call igdCmQosClassificationAttrDistribute() action [%s] failed with lRet "
+               "[%08x].\r\n\r\n",
+               action, static_cast<uint32_t>(lRet));
+}
+
 bool appcfg::qos::steers_by_priority(const Direction& direction, uint32_t plan,
                                      const Queue& queue) {
     return plan == kPlanStrict && queue.ucEnable == 1 && direction.state.basic_init_flag != 1;

@@ -17,6 +17,9 @@ inline constexpr uint32_t kDeleteFlow = 2;
 /// direction's distribution.
 [[nodiscard]] int32_t distribute(const Direction& direction, const ClfType& type, uint32_t action);
 
+/// Logs, in the name of `operation`, that the platform refused to "add" or "delete" a flow.
+void log_refusal(const char* operation, const char* action, int32_t lRet);
+
 /// Whether the flows of `queue` are steered by its priority, which the remark flag then says while
 /// they are distributed.
 bool steers_by_priority(const Direction& direction, uint32_t plan, const Queue& queue);

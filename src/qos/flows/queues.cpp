@@ -204,17 +204,10 @@ int32_t remark_flow(const Direction& direction, const Queue& row, int32_t positi
     if (lRet == 0)
         write_row(direction.queues, position, row);
     else
-        QOS_LOG_AS(operation,
-                   "Call igdCmQosClassificationAttrDistribute() action [delete] failed with lRet "
-                   "[%08x].\r\n\r\n",
-                   static_cast<uint32_t>(lRet));
+        log_refusal(operation, "delete", lRet);
     by_priority = how != Remark::Disabled;
     lRet = distribute(direction, type, kAddFlow);
-    if (lRet != 0)
-        QOS_LOG_AS(operation,
-                   "Call igdCmQosClassificationAttrDistribute() action [add] failed with lRet "
-                   "[%08x].\r\n\r\n",
-                   static_cast<uint32_t>(lRet));
+    if (lRet != 0) log_refusal(operation, "add", lRet);
     return lRet;
 }
 

@@ -77,16 +77,10 @@ void merge(const ClfType& request, ClfType& row) {
 bool replace_flow(const Direction& direction, const ClfType& old, const ClfType& merged,
                   const char* operation) {
     if (const int32_t lRet = distribute(direction, old, kDeleteFlow); lRet != 0)
-        QOS_LOG_AS(operation,
-                   "Call igdCmQosClassificationAttrDistribute() action [delete] failed with lRet "
-                   "[%08x].\r\n\r\n",
-                   static_cast<uint32_t>(lRet));
+        log_refusal(operation, "delete", lRet);
     const int32_t lRet = distribute(direction, merged, kAddFlow);
     if (lRet == 0) return true;
-    QOS_LOG_AS(operation,
-               "Call igdCmQosClassificationAttrDistribute() action [add] failed with lRet "
-               "[%08x].\r\n\r\n",
-               static_cast<uint32_t>(lRet));
+    log_refusal(operation, "add", lRet);
     static_cast<void>(distribute(direction, old, kAddFlow));
     return false;
 }
