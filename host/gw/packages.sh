@@ -2,13 +2,15 @@
 # The Debian packages behind each task, and how they get onto the machine.
 
 PACKAGES=(ca-certificates git util-linux cmake ninja-build g++ pkg-config jq python3
-    libjson-c-dev libsafec-dev libnftables-dev libgtest-dev
-    nftables iptables ebtables bridge-utils iproute2)
+    libjson-c-dev libsafec-dev libnftables-dev libnl-route-3-dev libnl-nf-3-dev
+    libnetfilter-queue-dev libseccomp-dev libgtest-dev
+    nftables iptables ebtables bridge-utils iproute2 dnsmasq-base bind9-dnsutils)
 FORMAT_PACKAGES=(clang-format)
 LINT_PACKAGES=(shellcheck)
 TIDY_PACKAGES=(clang-tidy)
 ARM_PACKAGES=(g++-arm-linux-gnueabihf qemu-user libstdc++6:armhf
-    libjson-c-dev:armhf libsafec-dev:armhf libnftables-dev:armhf libgtest-dev:armhf)
+    libjson-c-dev:armhf libsafec-dev:armhf libnftables-dev:armhf libnl-route-3-dev:armhf
+    libnl-nf-3-dev:armhf libnetfilter-queue-dev:armhf libseccomp-dev:armhf libgtest-dev:armhf)
 
 # Installs what is missing when it may; otherwise says which line does it, and stops.
 provide_packages() {

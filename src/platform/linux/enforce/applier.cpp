@@ -126,12 +126,19 @@ void retry_later() {
     set_timer(g_retry_ms);
 }
 
+void follow_outside() {
+    for (auto* owner = ServiceRegistration::first(); owner; owner = owner->next)
+        if (owner->service.outside) owner->service.outside->follow();
+}
+
 // The file comes first: whoever is killed in between finds in it what the kernel is to hold.
 void apply() {
     g_since = 0;
     if (g_start_over) g_last_repair = now_ms();
     memory_rewrite();
-    if (!commit_all()) return retry_later();
+    const bool done = commit_all();
+    follow_outside();
+    if (!done) return retry_later();
     g_error.clear();
     g_retry_ms = 0;
 }
@@ -212,6 +219,9 @@ void settle() {
 
 bool release(std::string& error) {
     stop();
+    for (auto* owner = ServiceRegistration::first(); owner; owner = owner->next)
+        if (owner->service.outside && owner->service.outside->release)
+            owner->service.outside->release();
     memory_forget();
     return nft_run(tables_gone(), error);
 }

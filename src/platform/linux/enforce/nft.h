@@ -2,8 +2,8 @@
 
 #include <string>
 
-// The kernel's packet filter, by texts in nftables' language. In one of two builds: on libnftables,
-// or without it, where everything fails and says so.
+// The kernel's packet filter, by texts in nftables' language. Where platformd is built without
+// libnftables, everything fails and says so.
 
 namespace platform::platformd::enforce {
 

@@ -28,7 +28,7 @@ std::string declaration(const OwnedSet& set) {
 std::string declaration(const OwnedChain& chain) {
     auto text = "add chain " + place(chain.family, chain.name);
     if (chain.hook) {
-        text += std::string(" { type filter hook ") + chain.hook + " priority " +
+        text += std::string(" { type ") + chain.type + " hook " + chain.hook + " priority " +
                 std::to_string(chain.priority) + "; policy accept; }";
     }
     return text + '\n';

@@ -22,6 +22,7 @@ struct OwnedChain {
     /// Null for a chain that others jump to.
     const char* hook = nullptr;
     int priority = 0;
+    const char* type = "filter";
 };
 
 /// Each element counts the packets that met it.

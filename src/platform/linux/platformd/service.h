@@ -8,7 +8,9 @@
 
 #include "base/linkage.h"
 #include "platform/include/zu_call.h"
+#include "platform/linux/enforce/outside.h"
 #include "platform/linux/enforce/rules.h"
+#include "platform/linux/enforce/trees.h"
 #include "platform/linux/platformd/memory.h"
 
 // A service of the platform: a file in platform/linux/services that keeps what the real service
@@ -38,6 +40,10 @@ struct Service {
     void (*print)(std::string& out) = nullptr;
     /// What the state means in the kernel; null for a service that only remembers.
     const enforce::Rules* rules = nullptr;
+    /// Adds the queues that the state asks for; null: none.
+    void (*shape)(enforce::Trees& trees) = nullptr;
+    /// What it asks for beside rules and queues; null: nothing.
+    const enforce::Outside* outside = nullptr;
     /// Lists calls that make an empty state this one; null for a service that may begin anew.
     void (*repeat)(CallList& calls) = nullptr;
 };

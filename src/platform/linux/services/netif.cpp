@@ -1,9 +1,14 @@
-#include "platform/include/records/netif.h"
+#include "platform/linux/services/netif_devices.h"
 
+#include <dirent.h>
+
+#include <algorithm>
 #include <cstring>
 #include <iterator>
 #include <map>
 
+#include "platform/include/records/netif.h"
+#include "platform/linux/enforce/marks.h"
 #include "platform/linux/platformd/service.h"
 #include "platform/linux/record_text.h"
 
@@ -91,6 +96,33 @@ void print(std::string& out) {
     }
 }
 
+void repeat(CallList& calls) {
+    for (const auto& [name, known] : known_from_the_factory())
+        if (!g_interfaces.contains(name)) calls.add(kInterfaceDel, known);
+    for (const auto& [name, known] : g_interfaces) {
+        if (known.if_flag != kDeclared) continue;
+        if (known_from_the_factory().contains(name)) calls.add(kInterfaceDel, known);
+        calls.add(kInterfaceAdd, known);
+    }
+}
+
+/// In the order in which a person would count them: eth2 before eth10.
+bool counted_before(const std::string& one, const std::string& other) {
+    return std::pair(one.size(), one) < std::pair(other.size(), other);
+}
+
+std::vector<std::string> bridge_members() {
+    const auto path = std::string("/sys/class/net/") + enforce::kLanBridge + "/brif";
+    std::vector<std::string> names;
+    auto* folder = opendir(path.c_str());
+    if (!folder) return names;
+    while (const auto* entry = readdir(folder))
+        if (entry->d_name[0] != '.') names.emplace_back(entry->d_name);
+    closedir(folder);
+    std::ranges::sort(names, counted_before);
+    return names;
+}
+
 constexpr ServiceCall kCalls[] = {
     service_call<add>(kInterfaceAdd),
     service_call<del>(kInterfaceDel),
@@ -98,6 +130,23 @@ constexpr ServiceCall kCalls[] = {
     service_call<learnt_flush>(kLearntFlush),
 };
 
-ServiceRegistration g_registration({.name = "netif", .calls = kCalls, .print = print});
+ServiceRegistration g_registration(
+    {.name = "netif", .calls = kCalls, .print = print, .repeat = repeat});
+
+std::vector<std::string> wan_devices() {
+    std::vector<std::string> names;
+    for (const auto& [name, known] : g_interfaces)
+        if (known.alport == kWanPort) names.push_back(name);
+    return names;
+}
+
+std::string lan_port(uint32_t number) {
+    for (const auto& [name, known] : g_interfaces)
+        if (known.if_role == kInterfaceLan && known.if_type == kInterfaceEthernet &&
+            known.if_port == number)
+            return name;
+    const auto members = bridge_members();
+    return number < members.size() ? members[number] : std::string();
+}
 
 }  // namespace platform::platformd::netif

@@ -3,7 +3,7 @@
 namespace platform::platformd::enforce {
 
 bool nft_run(const std::string&, std::string& error) {
-    error = "built without libnftables";
+    error = "built without the libraries that talk to the kernel";
     return false;
 }
 
