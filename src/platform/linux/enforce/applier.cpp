@@ -225,6 +225,14 @@ void settle() {
     apply();
 }
 
+bool is_waiting() {
+    return g_since != 0;
+}
+
+const std::string& refusal() {
+    return g_error;
+}
+
 bool release(std::string& error) {
     stop();
     for (auto* owner = ServiceRegistration::first(); owner; owner = owner->next)

@@ -11,6 +11,9 @@ namespace platform::platformd::enforce {
 /// packet never takes it past the others, and what we drop stays dropped.
 inline constexpr char kTable[] = "appcfg";
 
+/// A table that filters nothing, for a moment, to see how the kernel tells of rules.
+inline constexpr char kScratchTable[] = "appcfg_audit";
+
 inline constexpr char kLanBridge[] = "br-lan";
 
 /// Where chains hook in, within their hook by priority. The kernel's and other firewalls' places:
