@@ -1,3 +1,4 @@
+#include "platform/linux/enforce/conntrack.h"
 #include "platform/linux/enforce/nft.h"
 
 namespace platform::platformd::enforce {
@@ -13,6 +14,10 @@ bool nft_check(const std::string& text, std::string& error) {
 
 std::string nft_list(const std::string&, Counters) {
     return {};
+}
+
+bool forget_connections(uint32_t, bool (*)(const Connection&), std::string& error) {
+    return nft_run({}, error);
 }
 
 }  // namespace platform::platformd::enforce
