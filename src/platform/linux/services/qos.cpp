@@ -234,6 +234,11 @@ void print(std::string& out) {
                    g_qos.voip.st_data[0].ui_dscp);
 }
 
+void repeat(CallList& calls) {
+    calls.add(kQosUplinkSet, g_qos.uplink);
+    calls.add(kQosDownlinkSet, g_qos.downlink);
+}
+
 constexpr ServiceCall kCalls[] = {
     service_call<uplink_set>(kQosUplinkSet),
     service_call<downlink_set>(kQosDownlinkSet),
@@ -257,6 +262,7 @@ ServiceRegistration g_registration({.name = "qos",
                                     .reset = reset,
                                     .calls = kCalls,
                                     .print = print,
-                                    .told = print});
+                                    .told = print,
+                                    .repeat = repeat});
 
 }  // namespace platform::platformd::qos
