@@ -18,9 +18,9 @@ inline constexpr char kLanBridge[] = "br-lan";
 /// ebtables' nat -300 and 300.
 inline constexpr int kLoopProbePriority = -320;      ///< bridge prerouting, before all that judges
 inline constexpr int kMacFilterPriority = -310;      ///< bridge prerouting, before ebtables' nat
-inline constexpr int kQueueFramesPriority = -290;    ///< bridge prerouting, behind ebtables' nat
 inline constexpr int kFlowUpPriority = 0;            ///< bridge input
 inline constexpr int kHostUpPriority = 10;           ///< bridge input, a host's limit wins
+inline constexpr int kQueueFramesPriority = 20;      ///< bridge input, a host's number is used up
 inline constexpr int kBridgedPriority = -300;        ///< bridge forward
 inline constexpr int kFlowDownPriority = 400;        ///< bridge postrouting, behind ebtables' nat
 inline constexpr int kHostDownPriority = 410;        ///< bridge postrouting, a host's limit wins
