@@ -1,15 +1,14 @@
 #include "platform/linux/services/ip_filter_rules.h"
 
+#include <arpa/inet.h>
+
 #include <algorithm>
 #include <cstring>
-
-#include "platform/linux/services/packet_text.h"
+#include <string_view>
 
 namespace platform::platformd::ip_filter {
 
 using enforce::kLanBridge;
-using packet_text::address_match, packet_text::port_match, packet_text::parse_ports;
-using packet_text::Addresses;
 
 namespace {
 
@@ -30,6 +29,16 @@ constexpr Protocol kProtocols[] = {
     {17, "meta l4proto udp ", true},
 };
 
+struct Address {
+    int family = AF_UNSPEC;  ///< for any address
+    uint8_t bytes[sizeof(in6_addr)] = {};
+};
+
+struct Addresses {
+    int family = AF_UNSPEC;
+    std::string text;
+};
+
 struct Match {
     const Protocol* protocol;
     Addresses wan, lan;
@@ -42,10 +51,42 @@ struct Side {
     const std::string& ports;
 };
 
-/// A member that is full to its end is no text: the address in it would be cut.
-bool parse(const char (&first)[40], const char (&last)[40], Addresses& addresses) {
-    if (!memchr(first, '\0', sizeof(first)) || !memchr(last, '\0', sizeof(last))) return false;
-    return packet_text::parse_addresses(first, last, addresses);
+bool parse(const char (&text)[40], Address& address) {
+    if (text[0] == '\0' || text[0] == ' ') return true;
+    if (strnlen(text, sizeof(text)) == sizeof(text)) return false;
+    address.family = strchr(text, ':') ? AF_INET6 : AF_INET;
+    return inet_pton(address.family, text, address.bytes) == 1;
+}
+
+std::string text_of(const Address& address) {
+    char text[INET6_ADDRSTRLEN];
+    inet_ntop(address.family, address.bytes, text, sizeof(text));
+    return text;
+}
+
+// One end alone: a start stands for itself, an end for nothing.
+bool parse(const char (&from)[40], const char (&to)[40], Addresses& addresses) {
+    Address first, last;
+    if (!parse(from, first) || !parse(to, last)) return false;
+    if (first.family == AF_UNSPEC) return true;
+    if (last.family == AF_UNSPEC) last = first;
+    if (first.family != last.family) return false;
+    const int order = memcmp(first.bytes, last.bytes, sizeof(first.bytes));
+    if (order > 0) std::swap(first, last);
+    addresses.family = first.family;
+    addresses.text = text_of(first);
+    if (order != 0) addresses.text += '-' + text_of(last);
+    return true;
+}
+
+// A range that nobody has filled in is any port, like an address that nobody has.
+bool parse_ports(uint32_t from, uint32_t to, std::string& ports) {
+    if (from > UINT16_MAX || to > UINT16_MAX) return false;
+    const auto [first, last] = std::minmax(from, to == 0 ? from : to);
+    if (last == 0 || (first == 0 && last == UINT16_MAX)) return true;
+    ports = std::to_string(first);
+    if (first != last) ports += '-' + std::to_string(last);
+    return true;
 }
 
 bool parse(const st_filter_list& rule, Match& match) {
@@ -57,6 +98,16 @@ bool parse(const st_filter_list& rule, Match& match) {
     if (both && match.wan.family != match.lan.family) return false;
     return parse_ports(rule.ui_dst_sport, rule.ui_dst_eport, match.wan_ports) &&
            parse_ports(rule.ui_src_sport, rule.ui_src_eport, match.lan_ports);
+}
+
+std::string address_match(const char* which, const Addresses& addresses) {
+    if (addresses.family == AF_UNSPEC) return {};
+    return std::string(addresses.family == AF_INET6 ? "ip6 " : "ip ") + which + ' ' +
+           addresses.text + ' ';
+}
+
+std::string port_match(const char* which, const std::string& ports) {
+    return ports.empty() ? ports : std::string("th ") + which + ' ' + ports + ' ';
 }
 
 /// What packets from `source` to `destination` look like.

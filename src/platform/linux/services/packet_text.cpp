@@ -11,10 +11,21 @@ namespace platform::platformd::packet_text {
 
 namespace {
 
-struct Address {
-    int family = AF_UNSPEC;
-    uint8_t bytes[sizeof(in6_addr)] = {};
-};
+std::string text_of(const Address& address) {
+    char text[INET6_ADDRSTRLEN];
+    inet_ntop(address.family, address.bytes, text, sizeof(text));
+    return text;
+}
+
+std::string range(const std::string& first, const std::string& last) {
+    return first == last ? first : first + '-' + last;
+}
+
+std::string header(const Address& address, const char* which) {
+    return std::string(address.family == AF_INET6 ? "ip6 " : "ip ") + which + ' ';
+}
+
+}  // namespace
 
 bool parse(std::string_view text, Address& address) {
     if (text.empty() || text[0] == ' ') return true;
@@ -22,60 +33,40 @@ bool parse(std::string_view text, Address& address) {
     return inet_pton(address.family, std::string(text).c_str(), address.bytes) == 1;
 }
 
-std::string text_of(const Address& address) {
-    char text[INET6_ADDRSTRLEN];
-    inet_ntop(address.family, address.bytes, text, sizeof(text));
-    return text;
-}
-
-}  // namespace
-
-bool parse_addresses(std::string_view first, std::string_view last, Addresses& addresses) {
-    Address from, to;
-    if (!parse(first, from) || !parse(last, to)) return false;
-    if (from.family == AF_UNSPEC) return true;
-    if (to.family == AF_UNSPEC) to = from;
-    if (from.family != to.family) return false;
-    const int order = memcmp(from.bytes, to.bytes, sizeof(from.bytes));
-    if (order > 0) std::swap(from, to);
-    addresses.family = from.family;
-    addresses.text = text_of(from);
-    if (order != 0) addresses.text += '-' + text_of(to);
+bool parse(std::string_view from, std::string_view to, Addresses& addresses) {
+    auto& [first, last] = addresses;
+    if (!parse(from, first) || !parse(to, last)) return false;
+    if (first.family == AF_UNSPEC || last.family == AF_UNSPEC) last = first;
+    if (first.family != last.family) return false;
+    if (memcmp(first.bytes, last.bytes, sizeof(first.bytes)) > 0) std::swap(first, last);
     return true;
 }
 
-bool parse_network(std::string_view address, std::string_view mask, Addresses& addresses) {
-    Address wanted, ones;
-    if (!parse(address, wanted) || !parse(mask, ones)) return false;
-    if (wanted.family == AF_UNSPEC) return ones.family == AF_UNSPEC;
-    if (ones.family == AF_UNSPEC) {
-        ones.family = wanted.family;
-        std::ranges::fill(ones.bytes, 0xff);
-    }
-    if (ones.family != wanted.family) return false;
-    for (size_t i = 0; i < sizeof(wanted.bytes); ++i)
-        wanted.bytes[i] &= ones.bytes[i];
-    addresses = {wanted.family, "& " + text_of(ones) + " == " + text_of(wanted)};
+bool parse(uint32_t from, uint32_t to, Ports& ports) {
+    if (from > UINT16_MAX || to > UINT16_MAX) return false;
+    if (from == 0 && to == 0) return true;
+    const auto [first, last] = std::minmax(from, to == 0 ? from : to);
+    ports = {first, last};
     return true;
 }
 
 std::string address_match(const char* which, const Addresses& addresses) {
-    if (addresses.family == AF_UNSPEC) return {};
-    return std::string(addresses.family == AF_INET6 ? "ip6 " : "ip ") + which + ' ' +
-           addresses.text + ' ';
+    const auto& [first, last] = addresses;
+    if (first.family == AF_UNSPEC) return {};
+    return header(first, which) + range(text_of(first), text_of(last)) + ' ';
 }
 
-bool parse_ports(uint32_t from, uint32_t to, std::string& ports) {
-    if (from > UINT16_MAX || to > UINT16_MAX) return false;
-    const auto [first, last] = std::minmax(from, to == 0 ? from : to);
-    if (last == 0 || (first == 0 && last == UINT16_MAX)) return true;
-    ports = std::to_string(first);
-    if (first != last) ports += '-' + std::to_string(last);
-    return true;
+std::string network_match(const char* which, const Address& address, const Address& mask) {
+    auto network = address;
+    for (size_t i = 0; i < sizeof(network.bytes); ++i)
+        network.bytes[i] &= mask.bytes[i];
+    return header(address, which) + "& " + text_of(mask) + " == " + text_of(network) + ' ';
 }
 
-std::string port_match(const char* which, const std::string& ports) {
-    return ports.empty() ? ports : std::string("th ") + which + ' ' + ports + ' ';
+std::string port_match(const char* which, const Ports& ports) {
+    if (ports.any()) return {};
+    return std::string("th ") + which + ' ' +
+           range(std::to_string(ports.first), std::to_string(ports.last)) + ' ';
 }
 
 // The C library's function takes shorter forms, too, and whatever follows an address.

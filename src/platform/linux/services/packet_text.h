@@ -1,6 +1,6 @@
 #pragma once
 
-#include <sys/socket.h>
+#include <netinet/in.h>
 
 #include <cstdint>
 #include <string>
@@ -12,30 +12,41 @@
 
 namespace platform::platformd::packet_text {
 
-/// One address or a range of them; AF_UNSPEC: any.
-struct Addresses {
-    int family = AF_UNSPEC;
-    std::string text;
+struct Address {
+    int family = AF_UNSPEC;  ///< for any address
+    uint8_t bytes[sizeof(in6_addr)] = {};
 };
 
-/// False when a text is no address, or they are of both families. An empty text, or one that begins
-/// with a blank, is none: a start without an end stands for itself, an end alone for nothing. Ends
-/// the wrong way round are swapped.
-bool parse_addresses(std::string_view first, std::string_view last, Addresses& addresses);
+/// Ranges hold both their ends.
+struct Addresses {
+    Address first, last;
+};
 
-/// The addresses that agree with `address` where `mask` has ones; an empty mask is all ones. False
-/// when a text is no address, or they are of both families.
-bool parse_network(std::string_view address, std::string_view mask, Addresses& addresses);
+struct Ports {
+    uint32_t first = 0, last = UINT16_MAX;
+
+    bool any() const { return first == 0 && last == UINT16_MAX; }
+};
+
+/// True for no text, too, and for one that begins with a blank: any address.
+bool parse(std::string_view text, Address& address);
+
+/// False when a text is no address, or they are of both families. A start without an end stands
+/// for itself, an end alone for nothing. Ends the wrong way round are swapped.
+bool parse(std::string_view first, std::string_view last, Addresses& addresses);
+
+/// False beyond 65535. An end of 0 stands for the start, 0 to 0 for any port. Ends the wrong way
+/// round are swapped.
+bool parse(uint32_t from, uint32_t to, Ports& ports);
 
 /// `which` is saddr or daddr.
 std::string address_match(const char* which, const Addresses& addresses);
 
-/// False beyond 65535. An end of 0 stands for the start; 0 to 0 and all ports are any port, an
-/// empty text. Ends the wrong way round are swapped.
-bool parse_ports(uint32_t from, uint32_t to, std::string& ports);
+/// The addresses that agree with `address` where `mask` has ones; both are of one family.
+std::string network_match(const char* which, const Address& address, const Address& mask);
 
 /// `which` is sport or dport.
-std::string port_match(const char* which, const std::string& ports);
+std::string port_match(const char* which, const Ports& ports);
 
 /// Six pairs of hexadecimal digits with ':' between them, of a text that may have '-' there; empty
 /// for any other text.

@@ -182,6 +182,16 @@ void print_direction(std::string& out, const Direction& direction) {
         state_line(out, "%s smart rate=%u", direction.name, direction.smart.rate_limit);
 }
 
+constexpr Devices kDevices{netif::lan_port, netif::wlan};
+
+void print_left_out(std::string& out) {
+    enforce::RuleText rules;
+    LeftOut left_out;
+    render(g_qos, kDevices, rules, left_out);
+    for (const auto& line : left_out)
+        state_line(out, "not enforced: %s", line.c_str());
+}
+
 void print(std::string& out) {
     print_uplink(out, g_qos.uplink);
     const auto& down = g_qos.downlink;
@@ -200,9 +210,8 @@ void print(std::string& out) {
     if (g_qos.voip.st_ctrl.em_kind == kVoipControl)
         state_line(out, "voip control_dscp=%u data_dscp=%u", g_qos.voip.st_ctrl.ui_dscp,
                    g_qos.voip.st_data[0].ui_dscp);
+    print_left_out(out);
 }
-
-constexpr Devices kDevices{netif::lan_port, netif::wlan};
 
 void render(enforce::RuleText& text) {
     LeftOut said;
@@ -212,14 +221,6 @@ void render(enforce::RuleText& text) {
 void shape(enforce::Trees& trees) {
     shape(g_qos, trees);
     shape_limits(g_qos.limits, kDevices, trees);
-}
-
-void observe(std::string& out) {
-    enforce::RuleText rules;
-    LeftOut left_out;
-    render(g_qos, kDevices, rules, left_out);
-    for (const auto& line : left_out)
-        state_line(out, "not enforced: %s", line.c_str());
 }
 
 /// Adds a call unless it would change nothing in an empty state.
@@ -263,11 +264,8 @@ void repeat(CallList& calls) {
 }
 
 constexpr enforce::OwnedChain kChains[] = {kFrames,    kQueuedUp, kQueuedDown,
-                                           kLimitedUp, kBridged,  kLimitedDown};
+                                           kLimitedUp, kFromGateway,  kLimitedDown};
 constexpr enforce::Rules kRules{.chains = kChains, .render = render};
-
-// Rules and queues are all that there is; this is for what they leave out.
-constexpr enforce::Outside kOutside{.follow = [] {}, .observe = observe};
 
 constexpr ServiceCall kCalls[] = {
     service_call<uplink_set>(kQosUplinkSet),
@@ -294,7 +292,6 @@ ServiceRegistration g_registration({.name = "qos",
                                     .print = print,
                                     .rules = &kRules,
                                     .shape = shape,
-                                    .outside = &kOutside,
                                     .repeat = repeat});
 
 }  // namespace platform::platformd::qos

@@ -66,8 +66,7 @@ std::string match_of(const Side&, const st_qos_vlan_limit& limit, const Devices&
 
 std::string match_of(const Side& side, const st_qos_ip_limit& limit, const Devices&) {
     packet_text::Addresses addresses;
-    if (!packet_text::parse_addresses(text_of(limit.start), text_of(limit.end), addresses))
-        return {};
+    if (!packet_text::parse(text_of(limit.start), text_of(limit.end), addresses)) return {};
     return packet_text::address_match(side.address, addresses);
 }
 
@@ -150,9 +149,9 @@ void render_limits(const zu_sal_qos_dslimited_s& limits, const Devices& devices,
     render(up, told(up, devices, left_out), text);
     const auto to_hosts = told(down, devices, left_out);
     if (to_hosts.empty()) return;
-    const auto mark = enforce::kBridgedMark;
-    text.rule(kBridged, "meta mark set meta mark | 0x%08x", mark);
-    text.rule(kLimitedDown, "meta mark & 0x%08x == 0x%08x accept", mark, mark);
+    const auto mark = enforce::kFromGatewayMark;
+    text.rule(kFromGateway, "meta mark set meta mark & 0x%08x | 0x%08x", ~enforce::kMarkMask, mark);
+    text.rule(kLimitedDown, "meta mark & 0x%08x == 0 accept", mark);
     render(down, to_hosts, text);
 }
 

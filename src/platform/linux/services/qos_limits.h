@@ -16,8 +16,8 @@ namespace platform::platformd::qos {
 
 inline constexpr enforce::OwnedChain kLimitedUp{enforce::Family::Bridge, "flow_up", "input",
                                                 enforce::kFlowUpPriority};
-inline constexpr enforce::OwnedChain kBridged{enforce::Family::Bridge, "flow_bridged", "forward",
-                                              enforce::kBridgedPriority};
+inline constexpr enforce::OwnedChain kFromGateway{enforce::Family::Bridge, "flow_out", "output",
+                                                  enforce::kFromGatewayPriority};
 inline constexpr enforce::OwnedChain kLimitedDown{enforce::Family::Bridge, "flow_dn", "postrouting",
                                                   enforce::kFlowDownPriority};
 

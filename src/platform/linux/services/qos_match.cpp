@@ -92,7 +92,7 @@ Matches by_mac(const char* member, const Wanted& wanted) {
 Matches by_address(const char* which, int family, const Wanted& wanted) {
     const auto [first, last] = texts(wanted);
     Addresses addresses;
-    if (!parse_addresses(first, last, addresses) || addresses.family != family) return {};
+    if (!parse(first, last, addresses) || addresses.first.family != family) return {};
     return {{address_match(which, addresses), family == AF_INET ? IpVersion::V4 : IpVersion::V6}};
 }
 
@@ -105,8 +105,8 @@ Matches by_ipv6(const char* which, const Wanted& wanted) {
 }
 
 Matches by_port(const char* which, const Wanted& wanted) {
-    std::string ports;
-    if (!parse_ports(wanted.values.ui_min, wanted.values.ui_max, ports)) return {};
+    Ports ports;
+    if (!parse(wanted.values.ui_min, wanted.values.ui_max, ports)) return {};
     return {{port_match(which, ports)}};
 }
 
@@ -203,13 +203,13 @@ bool parse_number(std::string_view text, uint32_t& number) {
 }
 
 /// "5060", "5060-5070" or "5060:5070"; none is any port.
-bool parse_ports(std::string_view text, std::string& ports) {
+bool parse(const std::string& text, Ports& ports) {
     if (text.empty()) return true;
     const auto dash = std::min(text.find_first_of("-:"), text.size());
     uint32_t from = 0, to = 0;
     if (!parse_number(text.substr(0, dash), from)) return false;
     if (dash < text.size() && !parse_number(text.substr(dash + 1), to)) return false;
-    return packet_text::parse_ports(from, to, ports);
+    return parse(from, to, ports);
 }
 
 std::string lower(std::string text) {
@@ -249,23 +249,25 @@ bool add_mac(const char* which, const std::string& text, Match& match) {
     return !address.empty();
 }
 
-bool add_network(const char* which, const std::string& address, const std::string& mask,
+// Without a mask it is a single address.
+bool add_network(const char* which, const std::string& text, const std::string& ones,
                  Match& match) {
-    Addresses addresses;
-    if (!parse_network(address, mask, addresses)) return false;
-    if (addresses.family == AF_UNSPEC) return true;
-    const auto version = addresses.family == AF_INET ? IpVersion::V4 : IpVersion::V6;
+    Address address, mask;
+    if (!parse(std::string_view(text), address) || !parse(std::string_view(ones), mask)) return false;
+    if (address.family == AF_UNSPEC) return mask.family == AF_UNSPEC;
+    const auto version = address.family == AF_INET ? IpVersion::V4 : IpVersion::V6;
+    if (mask.family != AF_UNSPEC && mask.family != address.family) return false;
     if (match.version != IpVersion::Any && match.version != version) return false;
     match.version = version;
-    match.text += address_match(which, addresses);
+    match.text += mask.family == AF_UNSPEC ? address_match(which, {address, address})
+                                           : network_match(which, address, mask);
     return true;
 }
 
 bool add_ports(const zu_qos_item_attr_s& item, Match& match) {
-    std::string source, destination;
+    Ports source, destination;
     uint32_t protocols = 0;
-    if (!parse_ports(text_of(item.srcPort), source) ||
-        !parse_ports(text_of(item.dstPort), destination) ||
+    if (!parse(text_of(item.srcPort), source) || !parse(text_of(item.dstPort), destination) ||
         !parse_protocols(lower(text_of(item.protocol)), protocols))
         return false;
     const auto ports = port_match("sport", source) + port_match("dport", destination);
