@@ -110,12 +110,16 @@ void repeat(CallList& calls) {
     }
 }
 
-std::vector<uint8_t> answering_now() {
+tm local_time() {
     const time_t seconds = time(nullptr);
     tm now{};
     tzset();
     localtime_r(&seconds, &now);
-    return answering(g_rules, now);
+    return now;
+}
+
+std::vector<uint8_t> answering_now() {
+    return answering(g_rules, local_time());
 }
 
 // A clock that is set is noticed like one that goes on.
@@ -220,24 +224,37 @@ void release() {
     g_told.clear();
 }
 
+void observe_list(std::string& out, uint8_t index, const Rule& rule) {
+    for (const auto& host : rule.hosts) {
+        if (is_name(host)) continue;
+        std::string quoted;
+        append_quoted(quoted, host);
+        state_line(out, "rule %u: not enforced: %s is no name", index, quoted.c_str());
+    }
+    if (!is_time_readable(time_of(rule)))
+        state_line(out, "rule %u: its time cannot be read, and so is always", index);
+}
+
+void observe_resolver(std::string& out, uint8_t index, const Rule& rule) {
+    const auto name = resolver_name(index);
+    const auto trouble = enforce::child_trouble(name);
+    if (!trouble.empty())
+        state_line(out, "rule %u: not enforced: its resolver: %s", index, trouble.c_str());
+    if (read_own_file(name) != servers_text(rule))
+        state_line(out, "rule %u: not enforced: its resolver has another list", index);
+}
+
 void observe(std::string& out) {
-    const auto now = answering_now();
+    const auto now = local_time();
+    const auto all = answering(g_rules, now);
     for (const auto& [index, rule] : g_rules) {
         if (rule.item.enable != 1) continue;
-        for (const auto& host : rule.hosts)
-            if (!is_name(host)) {
-                std::string quoted;
-                append_quoted(quoted, host);
-                state_line(out, "rule %u: not enforced: %s is no name", index, quoted.c_str());
-            }
-        if (!is_time_readable(time_of(rule)))
-            state_line(out, "rule %u: always enforced: its time cannot be read", index);
-        if (std::ranges::find(now, index) == now.end()) continue;
-        const auto trouble = enforce::child_trouble(resolver_name(index));
-        if (!trouble.empty())
-            state_line(out, "rule %u: not enforced: its resolver: %s", index, trouble.c_str());
-        if (read_own_file(resolver_name(index)) != servers_text(rule))
-            state_line(out, "rule %u: its resolver's list is another one", index);
+        observe_list(out, index, rule);
+        if (!is_due(rule, now)) continue;
+        if (std::ranges::find(all, index) != all.end())
+            observe_resolver(out, index, rule);
+        else
+            state_line(out, "rule %u: not enforced: another has the same clients", index);
     }
 }
 

@@ -38,8 +38,8 @@ unsigned port_of(uint8_t index) {
     return kFirstPort + index;
 }
 
-std::string_view client_of(const Rule& rule) {
-    return {rule.item.auc_mac, strnlen(rule.item.auc_mac, sizeof(rule.item.auc_mac))};
+std::string_view client_of(const st_item& item) {
+    return {item.auc_mac, strnlen(item.auc_mac, sizeof(item.auc_mac))};
 }
 
 bool is_digits(std::string_view text) {
@@ -104,14 +104,14 @@ std::string parse_address(std::string_view client) {
 
 /// What a packet of the rule's clients begins with.
 std::string of_client(const Rule& rule) {
-    const auto address = parse_address(client_of(rule));
+    const auto address = parse_address(client_of(rule.item));
     return address.empty() ? "" : "ether saddr " + address + ' ';
 }
 
 }  // namespace
 
 bool makes_sense(const st_item& item, uint32_t fields) {
-    const auto client = client_of({item, {}});
+    const auto client = client_of(item);
     return !(((fields & kDnsFilterSetMode) && item.mode > kWhiteList) ||
              ((fields & kDnsFilterSetAction) && item.action > kOnlyLog) ||
              ((fields & kDnsFilterSetMac) && !client.empty() && parse_address(client).empty()));
