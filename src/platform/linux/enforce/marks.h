@@ -30,6 +30,7 @@ inline constexpr int kFromGatewayPriority = -300;    ///< bridge output
 inline constexpr int kFlowDownPriority = 400;        ///< bridge postrouting, behind ebtables' nat
 inline constexpr int kHostDownPriority = 410;        ///< bridge postrouting, a host's limit wins
 inline constexpr int kDnsRedirectPriority = -105;    ///< NAT prerouting, before other redirections
+inline constexpr int kDnsAroundPriority = -10;       ///< forward and input, ways round the filter
 inline constexpr int kCpuInPriority = -310;          ///< input, before a flood costs anything
 inline constexpr int kUrlBeforePriority = -160;      ///< forward, before iptables' mangle queues
 inline constexpr int kUrlAfterPriority = -140;       ///< forward, behind it
