@@ -268,8 +268,8 @@ void repeat(CallList& calls) {
     add_setting(calls, kSmartQosDownstreamSet, g_qos.down().smart);
 }
 
-constexpr enforce::OwnedChain kChains[] = {kFrames,    kQueuedUp, kQueuedDown,
-                                           kLimitedUp, kFromGateway,  kLimitedDown};
+constexpr enforce::OwnedChain kChains[] = {kFrames,    kQueuedUp,    kQueuedDown,
+                                           kLimitedUp, kFromGateway, kLimitedDown};
 constexpr enforce::Rules kRules{.chains = kChains, .render = render};
 
 constexpr ServiceCall kCalls[] = {

@@ -253,7 +253,8 @@ bool add_mac(const char* which, const std::string& text, Match& match) {
 bool add_network(const char* which, const std::string& text, const std::string& ones,
                  Match& match) {
     Address address, mask;
-    if (!parse(std::string_view(text), address) || !parse(std::string_view(ones), mask)) return false;
+    if (!parse(std::string_view(text), address) || !parse(std::string_view(ones), mask))
+        return false;
     if (address.family == AF_UNSPEC) return mask.family == AF_UNSPEC;
     const auto version = address.family == AF_INET ? IpVersion::V4 : IpVersion::V6;
     if (mask.family != AF_UNSPEC && mask.family != address.family) return false;
