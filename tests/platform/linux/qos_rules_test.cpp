@@ -93,7 +93,7 @@ TEST(QosRulesTest, AnItemMeansAllThatItNames) {
     const zu_qos_item_attr_s whole{.protocol = "Tcp, UDP",
                                    .srcIp = "192.168.1.9",
                                    .srcMask = "255.255.0.255",
-                                   .srcPort = "9-5",
+                                   .srcPort = "5-9",
                                    .dstIp = "10.0.0.1",
                                    .dstPort = "5060",
                                    .srcMac = "02-00-00-00-00-0A"};
@@ -110,6 +110,7 @@ TEST(QosRulesTest, AnItemMeansAllThatItNames) {
                                  {.srcPort = "-80"},
                                  {.dstPort = "65536"},
                                  {.dstPort = "5-"},
+                                 {.dstPort = "5060-50"},
                                  {.protocol = "icmp", .dstPort = "80"},
                                  {.dstMac = "02:00:00:00:0:0a"}})
         EXPECT_EQ("", all_of(matches_of(nonsense)));
