@@ -93,13 +93,13 @@ TEST(QosRulesTest, AnItemMeansAllThatItNames) {
     const zu_qos_item_attr_s whole{.protocol = "Tcp, UDP",
                                    .srcIp = "192.168.1.9",
                                    .srcMask = "255.255.0.255",
-                                   .srcPort = "9-5",
+                                   .srcPort = "5-9",
                                    .dstIp = "10.0.0.1",
                                    .dstPort = "5060",
                                    .srcMac = "02-00-00-00-00-0A"};
     EXPECT_EQ(
         "frame ether saddr 02:00:00:00:00:0a ip saddr & 255.255.0.255 == 192.168.0.9 "
-        "ip daddr & 255.255.255.255 == 10.0.0.1 meta l4proto { tcp, udp } th sport 5-9 "
+        "ip daddr 10.0.0.1 meta l4proto { tcp, udp } th sport 5-9 "
         "th dport 5060 |",
         all_of(matches_of(whole)));
     for (const auto& nonsense : {zu_qos_item_attr_s{.protocol = "tcp; flush ruleset"},
@@ -110,6 +110,7 @@ TEST(QosRulesTest, AnItemMeansAllThatItNames) {
                                  {.srcPort = "-80"},
                                  {.dstPort = "65536"},
                                  {.dstPort = "5-"},
+                                 {.dstPort = "5060-50"},
                                  {.protocol = "icmp", .dstPort = "80"},
                                  {.dstMac = "02:00:00:00:0:0a"}})
         EXPECT_EQ("", all_of(matches_of(nonsense)));
@@ -231,7 +232,7 @@ TEST(QosRulesTest, ThePacketsOfEachQueueAreFoundAndMarked) {
         "meta priority set a003:2 accept comment \"upstream 1\"\n"
         "inet qos_up ip daddr 10.0.0.1-10.0.0.2 counter meta priority set a003:1 accept comment "
         "\"upstream 2\"\n"
-        "inet qos_up ip6 daddr & ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff == ::1 counter "
+        "inet qos_up ip6 daddr ::1 counter "
         "ip6 dscp set 8 meta priority set a003:8 accept comment \"item 7\"\n"
         "inet qos_up meta l4proto { tcp } th dport { 80, 8080 } counter meta priority set a003:2 "
         "accept comment \"application 1\"\n"
@@ -285,8 +286,8 @@ TEST(QosRulesTest, LimitsAreBoundToWhatIsThere) {
     EXPECT_EQ(
         "bridge flow_up iifname \"eth3\" counter meta priority set a001:400 accept comment "
         "\"upstream limit 1\"\n"
-        "bridge flow_bridged meta mark set meta mark | 0x01000000\n"
-        "bridge flow_dn meta mark & 0x01000000 == 0x01000000 accept\n"
+        "bridge flow_out meta mark set meta mark & 0x00ffffff | 0x01000000\n"
+        "bridge flow_dn meta mark & 0x01000000 == 0 accept\n"
         "bridge flow_dn ip6 daddr fd00::1-fd00::9 counter meta priority set a002:409 accept "
         "comment "
         "\"downlink limit 10\"\n"

@@ -189,10 +189,10 @@ void print_left_out(std::string& out) {
     LeftOut left_out;
     render(g_qos, kDevices, rules, left_out);
     for (const auto& line : left_out)
-        state_line(out, "not enforced: %s", line.c_str());
+        state_line(out, "%s%s", kNotEnforced, line.c_str());
 }
 
-void print(std::string& out) {
+void print_told(std::string& out) {
     print_uplink(out, g_qos.uplink);
     const auto& down = g_qos.downlink;
     state_line(out, "downlink enable=%u bandwidth=%u force_weight=%u", down.ui_enable,
@@ -210,6 +210,11 @@ void print(std::string& out) {
     if (g_qos.voip.st_ctrl.em_kind == kVoipControl)
         state_line(out, "voip control_dscp=%u data_dscp=%u", g_qos.voip.st_ctrl.ui_dscp,
                    g_qos.voip.st_data[0].ui_dscp);
+}
+
+// What is enforced depends on the devices, too.
+void print(std::string& out) {
+    print_told(out);
     print_left_out(out);
 }
 
@@ -263,8 +268,8 @@ void repeat(CallList& calls) {
     add_setting(calls, kSmartQosDownstreamSet, g_qos.down().smart);
 }
 
-constexpr enforce::OwnedChain kChains[] = {kFrames,    kQueuedUp, kQueuedDown,
-                                           kLimitedUp, kFromGateway,  kLimitedDown};
+constexpr enforce::OwnedChain kChains[] = {kFrames,    kQueuedUp,    kQueuedDown,
+                                           kLimitedUp, kFromGateway, kLimitedDown};
 constexpr enforce::Rules kRules{.chains = kChains, .render = render};
 
 constexpr ServiceCall kCalls[] = {
@@ -290,7 +295,7 @@ ServiceRegistration g_registration({.name = "qos",
                                     .reset = reset,
                                     .calls = kCalls,
                                     .print = print,
-                                    .told = print,
+                                    .told = print_told,
                                     .rules = &kRules,
                                     .shape = shape,
                                     .repeat = repeat});

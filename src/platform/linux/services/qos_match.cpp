@@ -202,14 +202,15 @@ bool parse_number(std::string_view text, uint32_t& number) {
     return error == std::errc() && rest == end;
 }
 
-/// "5060", "5060-5070" or "5060:5070"; none is any port.
+/// "5060", "500-510" or "500:510"; none is any port. The text has little room: ends the wrong way
+/// round are two of which the latter has been cut off.
 bool parse(const std::string& text, Ports& ports) {
     if (text.empty()) return true;
     const auto dash = std::min(text.find_first_of("-:"), text.size());
     uint32_t from = 0, to = 0;
     if (!parse_number(text.substr(0, dash), from)) return false;
     if (dash < text.size() && !parse_number(text.substr(dash + 1), to)) return false;
-    return parse(from, to, ports);
+    return (dash == text.size() || from <= to) && parse(from, to, ports);
 }
 
 std::string lower(std::string text) {
@@ -253,7 +254,8 @@ bool add_mac(const char* which, const std::string& text, Match& match) {
 bool add_network(const char* which, const std::string& text, const std::string& ones,
                  Match& match) {
     Address address, mask;
-    if (!parse(std::string_view(text), address) || !parse(std::string_view(ones), mask)) return false;
+    if (!parse(std::string_view(text), address) || !parse(std::string_view(ones), mask))
+        return false;
     if (address.family == AF_UNSPEC) return mask.family == AF_UNSPEC;
     const auto version = address.family == AF_INET ? IpVersion::V4 : IpVersion::V6;
     if (mask.family != AF_UNSPEC && mask.family != address.family) return false;
