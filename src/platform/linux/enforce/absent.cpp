@@ -1,3 +1,4 @@
+#include "platform/linux/enforce/bridge_port.h"
 #include "platform/linux/enforce/conntrack.h"
 #include "platform/linux/enforce/links.h"
 #include "platform/linux/enforce/nft.h"
@@ -9,6 +10,12 @@ bool nft_run(const std::string&, std::string& error) {
     error = "built without the libraries that talk to the kernel";
     return false;
 }
+
+bool bridge_port_set(const std::string&, bool, std::string& error) {
+    return nft_run({}, error);
+}
+
+void bridge_port_forget(const std::string&) {}
 
 bool nft_check(const std::string& text, std::string& error) {
     return nft_run(text, error);

@@ -20,11 +20,13 @@
 
 namespace platform::platformd {
 
-/// One call: its name, the record it takes and what it does. Made by `service_call`.
+/// One call: its name, the record it takes and what it does. Made by `service_call`, or by
+/// `service_question` when it leaves the state as it is.
 struct ServiceCall {
     const char* name;
     const RecordLayout* layout;  ///< null: no record
     int32_t (*handle)(void* record, uint32_t size);
+    bool changes = true;
 };
 
 struct Service {
@@ -85,6 +87,13 @@ consteval ServiceCall service_call(const Call<Record>& call) {
                   "the handler takes another record than the call");
     static_assert(base::has_global_name<Handle>(), "the handler needs a name that is its own");
     return {call.name, call.layout, handle_record<Handle, Record>};
+}
+
+template <auto Handle, class Record>
+consteval ServiceCall service_question(const Call<Record>& call) {
+    auto question = service_call<Handle>(call);
+    question.changes = false;
+    return question;
 }
 
 /// How a line of state begins that tells of something which no kernel can be made to do; an audit
