@@ -65,8 +65,9 @@ void repeat(CallList& calls) {
         calls.add(kMacFilterItemAdd, item);
 }
 
-constexpr enforce::OwnedChain kChains[] = {kFrames};
-constexpr enforce::OwnedSet kSets[] = {kHosts, kDestinations};
+constexpr enforce::OwnedChain kChains[] = {kPlaces[0].chain, kPlaces[1].chain};
+constexpr enforce::OwnedSet kSets[] = {kPlaces[0].hosts, kPlaces[0].destinations, kPlaces[1].hosts,
+                                       kPlaces[1].destinations};
 constexpr enforce::Rules kRules{.chains = kChains, .sets = kSets, .render = render};
 
 constexpr ServiceCall kCalls[] = {
