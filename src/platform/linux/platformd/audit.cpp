@@ -2,6 +2,7 @@
 
 #include <net/if.h>
 
+#include <cstring>
 #include <fstream>
 
 #include "platform/linux/audit_line.h"
@@ -38,21 +39,27 @@ void append_warnings(std::string& out) {
         warn("bridge-nf-call-iptables is on: other firewalls judge what goes from LAN to LAN");
 }
 
-/// What a service says of itself: things that no kernel can be made to do, and, where it acts on
-/// more than rules, what is not as it should be.
+/// A line of a service's own: of its state only what can never be counts.
+void append_saying(std::string& out, const char* service, std::string_view line, bool is_state) {
+    if (is_unenforceable(line))
+        append_audit_line(out, kAuditCannot, service, line);
+    else if (is_state)
+        return;
+    else if (line.starts_with(enforce::kWarning))
+        append_audit_line(out, kAuditWarning, service, line.substr(strlen(enforce::kWarning)));
+    else
+        append_audit_line(out, kAuditWrong, service, line);
+}
+
 void append_sayings(std::string& out, const Service& service) {
-    std::string said;
-    if (service.print) service.print(said);
-    for_each_line(said, [&](std::string_view line) {
-        if (line.starts_with(kNotEnforced))
-            append_audit_line(out, kAuditCannot, service.name, line);
-    });
-    if (!enforce::is_on() || !service.outside || !service.outside->observe) return;
-    said.clear();
-    service.outside->observe(said);
-    for_each_line(said, [&](std::string_view line) {
-        append_audit_line(out, kAuditWrong, service.name, line);
-    });
+    std::string state, seen;
+    if (service.print && !service.calls.empty()) service.print(state);
+    if (enforce::is_on() && service.outside && service.outside->observe)
+        service.outside->observe(seen);
+    for_each_line(state,
+                  [&](std::string_view line) { append_saying(out, service.name, line, true); });
+    for_each_line(seen,
+                  [&](std::string_view line) { append_saying(out, service.name, line, false); });
 }
 
 }  // namespace
@@ -65,7 +72,7 @@ void append_audit(std::string& out) {
     append_told(out);
     for (auto* owner = ServiceRegistration::first(); owner; owner = owner->next) {
         if (owner->initialised) append_audit_line(out, kAuditPlayed, owner->service.name, "");
-        if (!owner->service.calls.empty()) append_sayings(out, owner->service);
+        append_sayings(out, owner->service);
     }
     if (enforce::is_on()) enforce::audit_kernel(out);
     append_warnings(out);

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <span>
 #include <string>
+#include <string_view>
 #include <type_traits>
 
 #include "base/linkage.h"
@@ -96,9 +97,10 @@ consteval ServiceCall service_question(const Call<Record>& call) {
     return question;
 }
 
-/// How a line of state begins that tells of something which no kernel can be made to do; an audit
-/// shows it as such.
+/// What a line of state, or one of `observe`, says before any quoted text when it tells of
+/// something that no kernel can be made to do; an audit shows it as such.
 inline constexpr char kNotEnforced[] = "not enforced: ";
+bool is_unenforceable(std::string_view line);
 
 /// Appends one line of state, indented.
 __attribute__((format(printf, 2, 3))) void state_line(std::string& out, const char* format, ...);

@@ -89,15 +89,25 @@ int32_t get(st_item& item) {
     return 0;
 }
 
-void print(std::string& out) {
-    for (const auto& [index, rule] : g_rules) {
-        state_record(out, "rule", kDnsFilterShortItemLayout, &rule.item);
-        for (const auto& host : rule.hosts) {
-            std::string quoted;
-            append_quoted(quoted, host);
-            state_line(out, "rule %u host %s", index, quoted.c_str());
-        }
+void print_rule(std::string& out, const Rule& rule) {
+    state_record(out, "rule", kDnsFilterShortItemLayout, &rule.item);
+    for (const auto& host : rule.hosts) {
+        std::string quoted;
+        append_quoted(quoted, host);
+        state_line(out, "rule %u host %s", rule.item.index, quoted.c_str());
     }
+}
+
+void print(std::string& out) {
+    for (const auto& [index, rule] : g_rules)
+        print_rule(out, rule);
+}
+
+// A rule that is off is as good as deleted, and so is a black list of nothing.
+void told(std::string& out) {
+    for (const auto& [index, rule] : g_rules)
+        if (rule.item.enable != 0 && (rule.item.mode != 0 || !rule.hosts.empty()))
+            print_rule(out, rule);
 }
 
 // The list is where it was read before, or what the daemon has put there since.
@@ -281,7 +291,7 @@ ServiceRegistration g_registration({.name = "dns_filter",
                                     .reset = reset,
                                     .calls = kCalls,
                                     .print = print,
-                                    .told = print,
+                                    .told = told,
                                     .rules = &kRules,
                                     .outside = &kOutside,
                                     .repeat = repeat});
