@@ -1,3 +1,4 @@
+#include "platform/linux/enforce/learnt.h"
 #include "platform/linux/enforce/links.h"
 #include "platform/linux/enforce/nft.h"
 #include "platform/linux/enforce/tc.h"
@@ -32,5 +33,7 @@ bool links_start(void (*)()) {
 }
 
 void links_stop() {}
+
+void forget_host(const uint8_t (&)[6]) {}
 
 }  // namespace platform::platformd::enforce
