@@ -1,5 +1,6 @@
 #include "platform/linux/enforce/bridge_port.h"
 #include "platform/linux/enforce/conntrack.h"
+#include "platform/linux/enforce/learnt.h"
 #include "platform/linux/enforce/links.h"
 #include "platform/linux/enforce/nft.h"
 #include "platform/linux/enforce/tc.h"
@@ -44,5 +45,7 @@ bool links_start(void (*)()) {
 }
 
 void links_stop() {}
+
+void forget_host(const uint8_t (&)[6]) {}
 
 }  // namespace platform::platformd::enforce

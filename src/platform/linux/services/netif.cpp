@@ -8,6 +8,8 @@
 #include <map>
 
 #include "platform/include/records/netif.h"
+#include "platform/linux/enforce/applier.h"
+#include "platform/linux/enforce/learnt.h"
 #include "platform/linux/enforce/marks.h"
 #include "platform/linux/platformd/service.h"
 #include "platform/linux/record_text.h"
@@ -78,7 +80,9 @@ int32_t find_by_port(ifinfo& interface) {
 
 // What was learnt comes back with the host's next frame, so nothing is left to show.
 int32_t learnt_flush(st_lrn_flush& flush) {
-    return flush.kind == kLearntFromHost ? 0 : -1;
+    if (flush.kind != kLearntFromHost) return -1;
+    if (enforce::is_on()) enforce::forget_host(flush.mac);
+    return 0;
 }
 
 const char* role_name(uint32_t role) {

@@ -30,14 +30,19 @@ constexpr Side kSides[] = {Side::Ingress, Side::Egress};
 /// The kernel's own, 32, is less than two big packets' worth of frames.
 constexpr unsigned kIfbQueue = 1000;
 
-/// A leaf longer than this would hold seconds of a slow queue.
-constexpr int kShortQueue = 60;
-constexpr int kFairQueue = 1000;
+constexpr uint32_t kFrame = 1514;
 
 /// What may go at once: enough for some frames, and for what is due while nobody looks.
 uint32_t burst(uint64_t bytes_per_second) {
     constexpr uint64_t kLeast = 6000, kMost = 1 << 20, kLooksPerSecond = 250;
     return static_cast<uint32_t>(std::clamp(bytes_per_second / kLooksPerSecond, kLeast, kMost));
+}
+
+/// What waits at most, in bytes: an eighth of a second, or answers to what comes the other way
+/// would wait for seconds behind it.
+uint32_t room(uint64_t bytes_per_second) {
+    constexpr uint64_t kLeast = 16 * kFrame, kMost = 4 << 20, kOfSecond = 8;
+    return static_cast<uint32_t>(std::clamp(bytes_per_second / kOfSecond, kLeast, kMost));
 }
 
 uint64_t bytes(uint32_t kbit) {
@@ -275,18 +280,20 @@ int delete_class(int device, Place place, uint16_t minor) {
     return rtnl_class_delete(route::socket(), gone.get());
 }
 
-int add_leaf(int device, Place place, uint16_t minor) {
+int set_leaf(int device, Place place, const QueueClass& wanted) {
+    constexpr int kAlsoAgain = NLM_F_CREATE | NLM_F_REPLACE;
     static bool fair = true;
+    const auto most = room(bytes(wanted.ceil));
     if (fair) {
-        const auto leaf = leaf_of(device, place, minor, "fq_codel");
-        rtnl_qdisc_fq_codel_set_limit(leaf.get(), kFairQueue);
-        const int result = rtnl_qdisc_add(route::socket(), leaf.get(), NLM_F_CREATE);
+        const auto leaf = leaf_of(device, place, wanted.minor, "fq_codel");
+        rtnl_qdisc_fq_codel_set_limit(leaf.get(), static_cast<int>(most / kFrame));
+        const int result = rtnl_qdisc_add(route::socket(), leaf.get(), kAlsoAgain);
         if (result != -NLE_OBJ_NOTFOUND && result != -NLE_OPNOTSUPP) return result;
         fair = false;
     }
-    const auto leaf = leaf_of(device, place, minor, "pfifo");
-    rtnl_qdisc_fifo_set_limit(leaf.get(), kShortQueue);
-    return rtnl_qdisc_add(route::socket(), leaf.get(), NLM_F_CREATE);
+    const auto leaf = leaf_of(device, place, wanted.minor, "bfifo");
+    rtnl_qdisc_fifo_set_limit(leaf.get(), static_cast<int>(most));
+    return rtnl_qdisc_add(route::socket(), leaf.get(), kAlsoAgain);
 }
 
 int add_redirect(const Redirect& redirect) {

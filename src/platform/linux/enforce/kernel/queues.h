@@ -63,8 +63,9 @@ int delete_root(int device, Place place);
 /// Adds a class or gives it other rates.
 int set_class(int device, Place place, const QueueClass& wanted);
 int delete_class(int device, Place place, uint16_t minor);
-/// Gives a class without children a short queue.
-int add_leaf(int device, Place place, uint16_t minor);
+/// Gives a class without children a queue that is short for its rate, fair among its flows where
+/// the kernel can.
+int set_leaf(int device, Place place, const QueueClass& wanted);
 
 int add_redirect(const Redirect& redirect);
 /// What filters hang on goes with the last of them.

@@ -40,14 +40,16 @@ bool is_foreign(const Qdisc* root, Place place) {
     return root && (root->kind != "htb" || root->handle != queues::handle(place));
 }
 
+bool is_leaf(uint16_t minor, const Tree& tree) {
+    return std::ranges::find(tree.classes, minor, &QueueClass::parent) == tree.classes.end();
+}
+
 /// Children cannot be without their parents, and a class that moves is another one. Its place among
 /// its siblings takes effect on an empty queue only.
 bool can_stay(const QueueClass& held, const Tree& tree, const std::vector<QueueClass>& all) {
     const auto wanted = std::ranges::find(tree.classes, held.minor, &QueueClass::minor);
     if (wanted == tree.classes.end() || wanted->parent != held.parent) return false;
-    const bool is_leaf =
-        std::ranges::find(tree.classes, held.minor, &QueueClass::parent) == tree.classes.end();
-    if (is_leaf && wanted->priority != held.priority) return false;
+    if (is_leaf(held.minor, tree) && wanted->priority != held.priority) return false;
     const auto parent = std::ranges::find(all, held.parent, &QueueClass::minor);
     return held.parent == 0 || (parent != all.end() && can_stay(*parent, tree, all));
 }
@@ -86,7 +88,7 @@ class Walk {
     void follow_classes(Place place, const Tree& tree, const Device& device);
     void remove_classes(Place place, const Tree& tree, const Device& device,
                         std::vector<QueueClass>& held);
-    void follow_class(Place place, const QueueClass& wanted, const Device& device,
+    bool follow_class(Place place, const QueueClass& wanted, const Device& device,
                       const std::vector<QueueClass>& held);
     void follow_leaf(Place place, const QueueClass& wanted, const Device& device, bool is_new);
     void set_frames(const Device& device, bool slow);
@@ -258,13 +260,10 @@ void Walk::follow_classes(Place place, const Tree& tree, const Device& device) {
     if (const int result = queues::read_classes(device.index, place, held); result < 0)
         return hopeless(device.name + ": " + nl_geterror(result));
     remove_classes(place, tree, device, held);
-    for (const auto& wanted : tree.classes)
-        follow_class(place, wanted, device, held);
-    for (const auto& wanted : tree.classes)
-        if (std::ranges::find(tree.classes, wanted.minor, &QueueClass::parent) ==
-            tree.classes.end())
-            follow_leaf(place, wanted, device,
-                        std::ranges::find(held, wanted.minor, &QueueClass::minor) == held.end());
+    for (const auto& wanted : tree.classes) {
+        const bool is_new = follow_class(place, wanted, device, held);
+        if (is_leaf(wanted.minor, tree)) follow_leaf(place, wanted, device, is_new);
+    }
 }
 
 /// Those without children first; what is removed is no longer held.
@@ -280,27 +279,28 @@ void Walk::remove_classes(Place place, const Tree& tree, const Device& device,
         if (!again) break;
         const auto minor = gone->minor;
         held.erase(gone);
-        if (differs("%s: class %x:%x is not asked for", device.name.c_str(),
+        if (differs("%s: class %x:%x is not as asked for", device.name.c_str(),
                     static_cast<unsigned>(place), minor))
             did(queues::delete_class(device.index, place, minor));
     }
 }
 
-void Walk::follow_class(Place place, const QueueClass& wanted, const Device& device,
+/// Whether the class has been made or changed.
+bool Walk::follow_class(Place place, const QueueClass& wanted, const Device& device,
                         const std::vector<QueueClass>& held) {
     const auto found = std::ranges::find(held, wanted.minor, &QueueClass::minor);
     const char* name = device.name.c_str();
     const auto major = static_cast<unsigned>(place);
     if (found != held.end() && found->rate == wanted.rate && found->ceil == wanted.ceil &&
         found->quantum == wanted.quantum)
-        return;
+        return false;
     const bool mends =
         found == held.end()
             ? differs("%s: no class %x:%x", name, major, wanted.minor)
             : differs("%s: class %x:%x rate=%u ceil=%u quantum=%u instead of %u %u %u", name, major,
                       wanted.minor, found->rate, found->ceil, found->quantum, wanted.rate,
                       wanted.ceil, wanted.quantum);
-    if (mends) did(queues::set_class(device.index, place, wanted));
+    return !mends || did(queues::set_class(device.index, place, wanted));
 }
 
 void Walk::follow_leaf(Place place, const QueueClass& wanted, const Device& device, bool is_new) {
@@ -311,7 +311,7 @@ void Walk::follow_leaf(Place place, const QueueClass& wanted, const Device& devi
     if (is_new ? !mends_ : has_leaf) return;
     if (differs("%s: class %x:%x has no queue of its own", device.name.c_str(),
                 static_cast<unsigned>(place), wanted.minor))
-        did(queues::add_leaf(device.index, place, wanted.minor));
+        did(queues::set_leaf(device.index, place, wanted));
 }
 
 uint32_t total(const Tree& tree) {
