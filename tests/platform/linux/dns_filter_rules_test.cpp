@@ -93,6 +93,8 @@ TEST(DnsFilterRulesTest, AClientHasOneRuleTheOneOfItsAddressFirst) {
     EXPECT_EQ((std::vector<uint8_t>{3, 1}), answering(rules, moment(0, 0, 0)));
     const auto serving = answering(rules, moment(1, 0, 0));
     EXPECT_EQ((std::vector<uint8_t>{4, 1}), serving);
+    EXPECT_EQ(3, earlier_rule(rules, 4));
+    EXPECT_EQ(-1, earlier_rule(rules, 5));
 
     RuleText text;
     render(rules, serving, text);

@@ -179,6 +179,13 @@ std::vector<uint8_t> answering(const RulesByIndex& rules, const tm& now) {
     return found;
 }
 
+int earlier_rule(const RulesByIndex& rules, uint8_t index) {
+    const auto client = of_client(rules.at(index));
+    for (const auto& [other, rule] : rules)
+        if (other < index && rule.item.enable == 1 && of_client(rule) == client) return other;
+    return -1;
+}
+
 std::string resolver_name(uint8_t index) {
     return "dns_" + std::to_string(index);
 }

@@ -49,6 +49,10 @@ bool is_due(const Rule& rule, const tm& now);
 /// all, and of several the one with the lowest index.
 std::vector<uint8_t> answering(const RulesByIndex& rules, const tm& now);
 
+/// The first of the rules that are switched on, stand before it and have the same clients; -1:
+/// none.
+int earlier_rule(const RulesByIndex& rules, uint8_t index);
+
 /// Name of the rule's resolver, and of the file that tells it whom to ask.
 std::string resolver_name(uint8_t index);
 /// That file's text.
