@@ -163,7 +163,7 @@ bool has_user(const passwd& user) {
 const char* resolver_user() {
     for (const char* name : {"dnsmasq", "nobody"})
         if (const auto* user = getpwnam(name); user && has_user(*user)) return name;
-    return "root";
+    return "";
 }
 
 /// The LAN's first address of each kind, as text.

@@ -221,7 +221,7 @@ std::vector<std::string> resolver_words(uint8_t index, const Rule& rule,
                                    "--cache-size=0",
                                    "--servers-file=" + servers_path,
                                    "--user=" + user};
-    if (user == "root") words.push_back("--group=root");
+    if (user.empty()) words.push_back("--group=");
     if (rule.item.action == kOnlyLog) words.push_back("--log-queries");
     if (rule.item.action != kAnswerGateway) return words;
     const auto answer = [&](const std::string& host) {

@@ -57,7 +57,8 @@ int earlier_rule(const RulesByIndex& rules, uint8_t index);
 std::string resolver_name(uint8_t index);
 /// That file's text.
 std::string servers_text(const Rule& rule);
-/// The resolver's command line. `gateway`: addresses that are answered instead of a name's own.
+/// The resolver's command line. `user`: whom it runs as; empty: as whoever starts it. `gateway`:
+/// addresses that are answered instead of a name's own.
 std::vector<std::string> resolver_words(uint8_t index, const Rule& rule,
                                         const std::string& servers_path, const std::string& user,
                                         std::span<const std::string> gateway);
