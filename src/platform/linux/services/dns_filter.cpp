@@ -24,7 +24,6 @@ namespace platform::platformd::dns_filter {
 constexpr size_t kMostHosts = 1024;
 constexpr uint32_t kAllFields = ~0U;
 constexpr char kResolvers[] = "dns_";
-constexpr int kMinuteMs = 60'000;
 
 RulesByIndex g_rules;
 /// What each resolver has last been told to read.
@@ -89,18 +88,34 @@ int32_t get(st_item& item) {
     return 0;
 }
 
+void print_host(std::string& out, const char* before, uint8_t index, const std::string& host) {
+    std::string quoted;
+    append_quoted(quoted, host);
+    state_line(out, "%srule %u host %s", before, index, quoted.c_str());
+}
+
+void print_what_cannot_be(std::string& out, uint8_t index, const Rule& rule) {
+    for (const auto& host : rule.hosts)
+        if (!is_name(host)) print_host(out, kNotEnforced, index, host);
+    if (!is_time_readable(time_of(rule)))
+        state_line(out, "%srule %u auc_time", kNotEnforced, index);
+    const int earlier = earlier_rule(g_rules, index);
+    if (earlier >= 0)
+        state_line(out, "%srule %u while rule %d has the same clients", kNotEnforced, index,
+                   earlier);
+}
+
 void print_rule(std::string& out, const Rule& rule) {
     state_record(out, "rule", kDnsFilterShortItemLayout, &rule.item);
-    for (const auto& host : rule.hosts) {
-        std::string quoted;
-        append_quoted(quoted, host);
-        state_line(out, "rule %u host %s", rule.item.index, quoted.c_str());
-    }
+    for (const auto& host : rule.hosts)
+        print_host(out, "", rule.item.index, host);
 }
 
 void print(std::string& out) {
-    for (const auto& [index, rule] : g_rules)
+    for (const auto& [index, rule] : g_rules) {
         print_rule(out, rule);
+        if (rule.item.enable == 1) print_what_cannot_be(out, index, rule);
+    }
 }
 
 // A rule that is off is as good as deleted, and so is a black list of nothing.
@@ -120,34 +135,31 @@ void repeat(CallList& calls) {
     }
 }
 
-tm local_time() {
+std::vector<uint8_t> answering_now() {
     const time_t seconds = time(nullptr);
     tm now{};
     tzset();
     localtime_r(&seconds, &now);
-    return now;
+    return answering(g_rules, now);
 }
 
-std::vector<uint8_t> answering_now() {
-    return answering(g_rules, local_time());
-}
+void watch_clock();
 
-// A clock that is set is noticed like one that goes on.
 void on_minute(uloop_timeout*) {
-    uloop_timeout_set(&g_clock, kMinuteMs);
     if (answering_now() != g_answering) enforce::changed();
+    watch_clock();
 }
 
+// It is looked at at the full minutes, so that a clock that is set is noticed like one that goes
+// on.
 void watch_clock() {
-    const bool is_needed = std::ranges::any_of(
-        g_rules, [](const auto& entry) { return !time_of(entry.second).empty(); });
-    if (!is_needed) {
-        uloop_timeout_cancel(&g_clock);
-        return;
-    }
-    if (g_clock.pending) return;
     g_clock.cb = on_minute;
-    uloop_timeout_set(&g_clock, static_cast<int>(60 - time(nullptr) % 60) * 1000);
+    const bool has_times = std::ranges::any_of(
+        g_rules, [](const auto& entry) { return !time_of(entry.second).empty(); });
+    if (has_times)
+        uloop_timeout_set(&g_clock, static_cast<int>(60 - time(nullptr) % 60) * 1000);
+    else
+        uloop_timeout_cancel(&g_clock);
 }
 
 /// Whether a process of ours could become that user: in a container some may be nobody.
@@ -162,7 +174,7 @@ bool has_user(const passwd& user) {
 const char* resolver_user() {
     for (const char* name : {"dnsmasq", "nobody"})
         if (const auto* user = getpwnam(name); user && has_user(*user)) return name;
-    return "root";
+    return "";
 }
 
 /// The LAN's first address of each kind, as text.
@@ -234,37 +246,13 @@ void release() {
     g_told.clear();
 }
 
-void observe_list(std::string& out, uint8_t index, const Rule& rule) {
-    for (const auto& host : rule.hosts) {
-        if (is_name(host)) continue;
-        std::string quoted;
-        append_quoted(quoted, host);
-        state_line(out, "rule %u: not enforced: %s is no name", index, quoted.c_str());
-    }
-    if (!is_time_readable(time_of(rule)))
-        state_line(out, "rule %u: its time cannot be read, and so is always", index);
-}
-
-void observe_resolver(std::string& out, uint8_t index, const Rule& rule) {
-    const auto name = resolver_name(index);
-    const auto trouble = enforce::child_trouble(name);
-    if (!trouble.empty())
-        state_line(out, "rule %u: not enforced: its resolver: %s", index, trouble.c_str());
-    if (read_own_file(name) != servers_text(rule))
-        state_line(out, "rule %u: not enforced: its resolver has another list", index);
-}
-
 void observe(std::string& out) {
-    const auto now = local_time();
-    const auto all = answering(g_rules, now);
-    for (const auto& [index, rule] : g_rules) {
-        if (rule.item.enable != 1) continue;
-        observe_list(out, index, rule);
-        if (!is_due(rule, now)) continue;
-        if (std::ranges::find(all, index) != all.end())
-            observe_resolver(out, index, rule);
-        else
-            state_line(out, "rule %u: not enforced: another has the same clients", index);
+    for (const auto index : answering_now()) {
+        const auto name = resolver_name(index);
+        const auto trouble = enforce::child_trouble(name);
+        if (!trouble.empty()) state_line(out, "rule %u: its resolver: %s", index, trouble.c_str());
+        if (read_own_file(name) != servers_text(g_rules.at(index)))
+            state_line(out, "rule %u: its resolver has another list", index);
     }
 }
 

@@ -179,6 +179,13 @@ std::vector<uint8_t> answering(const RulesByIndex& rules, const tm& now) {
     return found;
 }
 
+int earlier_rule(const RulesByIndex& rules, uint8_t index) {
+    const auto client = of_client(rules.at(index));
+    for (const auto& [other, rule] : rules)
+        if (other < index && rule.item.enable == 1 && of_client(rule) == client) return other;
+    return -1;
+}
+
 std::string resolver_name(uint8_t index) {
     return "dns_" + std::to_string(index);
 }
@@ -214,7 +221,7 @@ std::vector<std::string> resolver_words(uint8_t index, const Rule& rule,
                                    "--cache-size=0",
                                    "--servers-file=" + servers_path,
                                    "--user=" + user};
-    if (user == "root") words.push_back("--group=root");
+    if (user.empty()) words.push_back("--group=");
     if (rule.item.action == kOnlyLog) words.push_back("--log-queries");
     if (rule.item.action != kAnswerGateway) return words;
     const auto answer = [&](const std::string& host) {
