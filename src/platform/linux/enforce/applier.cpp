@@ -179,6 +179,9 @@ void print(std::string& out) {
     state_line(out, "on=%d waiting=%d%s%s", g_on, g_since != 0,
                g_error.empty() ? "" : " not in force: ", g_error.c_str());
     if (!g_on) return;
+    for (auto* owner = ServiceRegistration::first(); owner; owner = owner->next)
+        if (owner->service.outside && owner->service.outside->observe)
+            owner->service.outside->observe(out);
     for (const auto family : kFamilies)
         append_counting(out,
                         nft_list(std::string("list table ") + family_name(family) + ' ' + kTable));
