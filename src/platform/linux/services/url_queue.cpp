@@ -24,6 +24,8 @@ constexpr char kMarkFile[] = "url_queue";
 constexpr int kAbsent = 1;
 
 bool g_wanted;
+/// It cannot stand yet.
+bool g_is_new;
 uloop_timeout g_timer;
 std::string g_trouble;
 
@@ -46,7 +48,7 @@ int run(const char* tool, const char* action) {
 
 // The tools are not asked to wait for each other: what is busy is tried again later.
 bool put(const char* tool) {
-    const int status = run(tool, "-C");
+    const int status = g_is_new ? kAbsent : run(tool, "-C");
     return status == 0 || (status == kAbsent && run(tool, "-A") == 0);
 }
 
@@ -61,6 +63,7 @@ void apply(uloop_timeout*) {
     for (const char* tool : kTools)
         if (!(g_wanted ? put(tool) : take_out(tool)))
             g_trouble = std::string("not queued by ") + tool;
+    g_is_new = false;
     if (g_wanted || !g_trouble.empty())
         uloop_timeout_set(&g_timer, kCheckEveryMs);
     else
@@ -83,7 +86,9 @@ bool nft_may_queue() {
 
 void keep_queue_rule(bool wanted) {
     wanted = wanted && !nft_may_queue();
-    if (wanted == g_wanted && (wanted || read_own_file(kMarkFile).empty())) return;
+    if (wanted && g_wanted) return;
+    g_is_new = read_own_file(kMarkFile).empty();
+    if (!wanted && g_is_new) return;
     g_wanted = wanted;
     write_own_file(kMarkFile, "1\n");
     uloop_timeout_cancel(&g_timer);
