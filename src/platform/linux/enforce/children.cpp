@@ -281,7 +281,7 @@ std::string child_trouble(std::string_view name) {
     const auto* child = find(name);
     if (!child) return "is not wanted";
     if (child->serves) return {};
-    return child->trouble.empty() ? "starts" : child->trouble;
+    return child->trouble.empty() ? kStarts : child->trouble;
 }
 
 bool signal_child(std::string_view name, int signal) {

@@ -45,6 +45,9 @@ void print(std::string& out) {
                g_filter.mode.em_listtype, g_filter.addresses.size());
     for (const auto& address : g_filter.addresses)
         state_record(out, "address", kUrlAddressLayout, &address);
+    for (const auto& address : g_filter.addresses)
+        if (!makes_sense(address))
+            state_record(out, std::string(kNotEnforced) + "no host:", kUrlAddressLayout, &address);
 }
 
 void render(enforce::RuleText& text) {
@@ -59,10 +62,7 @@ void follow() {
 
 void observe(std::string& out) {
     for (const auto& trouble : {inspector_trouble(), queue_rule_trouble()})
-        if (!trouble.empty()) state_line(out, "url_filter: %s", trouble.c_str());
-    for (const auto& address : g_filter.addresses)
-        if (!makes_sense(address))
-            state_record(out, "url_filter: means nothing:", kUrlAddressLayout, &address);
+        if (!trouble.empty()) state_line(out, "%s", trouble.c_str());
 }
 
 void release() {
@@ -80,6 +80,13 @@ constexpr enforce::OwnedChain kChains[] = {kBefore, kJudge, kContent, kAfter};
 constexpr enforce::Rules kRules{.chains = kChains, .render = render};
 constexpr enforce::Outside kOutside{.follow = follow, .observe = observe, .release = release};
 
+void told(std::string& out) {
+    if (g_filter.mode.filter_en == 0) return;
+    state_line(out, "listtype=%u", g_filter.mode.em_listtype);
+    for (const auto& address : g_filter.addresses)
+        state_record(out, "address", kUrlAddressLayout, &address);
+}
+
 constexpr ServiceCall kCalls[] = {
     service_call<filter_set>(kUrlFilterSet),
     service_call<address_set>(kUrlAddressSet),
@@ -93,6 +100,7 @@ ServiceRegistration g_registration({.name = "url_filter",
                                     .print = print,
                                     .rules = &kRules,
                                     .outside = &kOutside,
-                                    .repeat = repeat});
+                                    .repeat = repeat,
+                                    .told = told});
 
 }  // namespace platform::platformd::url_filter

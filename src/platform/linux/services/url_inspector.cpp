@@ -4,7 +4,6 @@ extern "C" {
 #include <libubox/uloop.h>
 }
 
-#include <poll.h>
 #include <signal.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -34,7 +33,6 @@ constexpr int kAskEveryMs = 1000;
 /// Between attempts to reach one that starts, twice as long each time up to the above.
 constexpr int kFirstAttemptMs = 20;
 constexpr std::chrono::milliseconds kPatience(2000);
-constexpr int kAnswerMs = 50;
 
 std::string g_list;  // empty: none is wanted
 uint64_t g_held;     // what it says it holds
@@ -172,15 +170,10 @@ void keep_inspector(const std::string& list_message) {
 }
 
 std::string inspector_trouble() {
-    if (g_list.empty()) return {};
-    pollfd ready{g_socket.get(), POLLIN, 0};
-    while (g_socket && g_held != wanted_id() && poll(&ready, 1, kAnswerMs) > 0)
-        take_answer();
-    if (!g_socket) {
-        const auto trouble = enforce::child_trouble(kChildName);
-        return trouble.empty() ? "cannot be reached" : trouble;
-    }
-    return g_held == wanted_id() ? "" : "holds another list";
+    if (g_list.empty() || g_held == wanted_id() || g_awaits_answer) return {};
+    if (g_socket) return "appcfg-inspect does not take the list";
+    const auto trouble = enforce::child_trouble(kChildName);
+    return trouble == enforce::kStarts ? "" : "appcfg-inspect: " + trouble;
 }
 
 }  // namespace platform::platformd::url_filter

@@ -11,8 +11,8 @@ namespace platform::platformd::url_filter {
 /// meanwhile packets pass. To be called on the event loop.
 void keep_inspector(const std::string& list_message);
 
-/// Why packets are not judged by that list, in a few words; empty when they are, or none is wanted.
-/// Waits for an answer that is under way, 50 ms at most.
+/// Why packets are not judged by that list, in a few words; empty when they are, when that is a
+/// matter of two seconds at most, and when there is none.
 std::string inspector_trouble();
 
 }  // namespace platform::platformd::url_filter
