@@ -39,6 +39,8 @@ def reset():
     if not PRISTINE.exists():
         shutil.copytree(CONFIG, PRISTINE)
     must("box-service", "stop", "appcfgd", "platformd")
+    for path in Path("/run/appcfg").glob("pid.*"):
+        command("kill", "-KILL", path.read_text().split()[0])
     must("mount", "-o", "remount,rw", str(CONFIG))
     for path in CONFIG.iterdir():
         path.unlink()

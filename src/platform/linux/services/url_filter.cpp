@@ -50,6 +50,13 @@ void print(std::string& out) {
             state_record(out, std::string(kNotEnforced) + "no host:", kUrlAddressLayout, &address);
 }
 
+void told(std::string& out) {
+    if (g_filter.mode.filter_en == 0) return;
+    state_line(out, "listtype=%u", g_filter.mode.em_listtype);
+    for (const auto& address : g_filter.addresses)
+        state_record(out, "address", kUrlAddressLayout, &address);
+}
+
 void render(enforce::RuleText& text) {
     render(g_filter, nft_may_queue(), text);
 }
@@ -80,13 +87,6 @@ constexpr enforce::OwnedChain kChains[] = {kBefore, kJudge, kContent, kAfter};
 constexpr enforce::Rules kRules{.chains = kChains, .render = render};
 constexpr enforce::Outside kOutside{.follow = follow, .observe = observe, .release = release};
 
-void told(std::string& out) {
-    if (g_filter.mode.filter_en == 0) return;
-    state_line(out, "listtype=%u", g_filter.mode.em_listtype);
-    for (const auto& address : g_filter.addresses)
-        state_record(out, "address", kUrlAddressLayout, &address);
-}
-
 constexpr ServiceCall kCalls[] = {
     service_call<filter_set>(kUrlFilterSet),
     service_call<address_set>(kUrlAddressSet),
@@ -98,9 +98,9 @@ ServiceRegistration g_registration({.name = "url_filter",
                                     .reset = reset,
                                     .calls = kCalls,
                                     .print = print,
+                                    .told = told,
                                     .rules = &kRules,
                                     .outside = &kOutside,
-                                    .repeat = repeat,
-                                    .told = told});
+                                    .repeat = repeat});
 
 }  // namespace platform::platformd::url_filter

@@ -158,7 +158,8 @@ void keep_inspector(const std::string& list_message) {
         uloop_timeout_cancel(&g_timer);
         disconnect();
         g_awaits_answer = false;
-        return enforce::keep_children(kChildName, {});
+        enforce::keep_children(kChildName, {});
+        return remove_own_file(kSocketName);
     }
     enforce::keep_children(
         kChildName, {{kChildName, {program(), std::to_string(kQueue), own_path(kSocketName)}}});
