@@ -1,18 +1,15 @@
 #include <algorithm>
 #include <cstring>
-#include <vector>
 
-#include "platform/include/records/url_filter.h"
+#include "platform/linux/enforce/nft.h"
 #include "platform/linux/platformd/service.h"
+#include "platform/linux/services/url_filter_rules.h"
+#include "platform/linux/services/url_inspector.h"
+#include "platform/linux/services/url_queue.h"
 
 namespace platform::platformd::url_filter {
 
 constexpr size_t kMaxAddresses = 1024;
-
-struct UrlFilter {
-    st_url_filter mode;
-    std::vector<st_url_address> addresses;
-};
 
 UrlFilter g_filter;
 
@@ -48,6 +45,9 @@ void print(std::string& out) {
                g_filter.mode.em_listtype, g_filter.addresses.size());
     for (const auto& address : g_filter.addresses)
         state_record(out, "address", kUrlAddressLayout, &address);
+    for (const auto& address : g_filter.addresses)
+        if (!makes_sense(address))
+            state_record(out, std::string(kNotEnforced) + "no host:", kUrlAddressLayout, &address);
 }
 
 void told(std::string& out) {
@@ -56,6 +56,36 @@ void told(std::string& out) {
     for (const auto& address : g_filter.addresses)
         state_record(out, "address", kUrlAddressLayout, &address);
 }
+
+void render(enforce::RuleText& text) {
+    render(g_filter, nft_may_queue(), text);
+}
+
+void follow() {
+    const auto list = list_message(g_filter);
+    keep_queue_rule(!list.empty());
+    keep_inspector(list);
+}
+
+void observe(std::string& out) {
+    for (const auto& trouble : {inspector_trouble(), queue_rule_trouble()})
+        if (!trouble.empty()) state_line(out, "%s", trouble.c_str());
+}
+
+void release() {
+    keep_queue_rule(false);
+    keep_inspector({});
+}
+
+void repeat(CallList& calls) {
+    calls.add(kUrlFilterSet, g_filter.mode);
+    for (const auto& address : g_filter.addresses)
+        calls.add(kUrlAddressSet, address);
+}
+
+constexpr enforce::OwnedChain kChains[] = {kBefore, kJudge, kContent, kAfter};
+constexpr enforce::Rules kRules{.chains = kChains, .render = render};
+constexpr enforce::Outside kOutside{.follow = follow, .observe = observe, .release = release};
 
 constexpr ServiceCall kCalls[] = {
     service_call<filter_set>(kUrlFilterSet),
@@ -68,6 +98,9 @@ ServiceRegistration g_registration({.name = "url_filter",
                                     .reset = reset,
                                     .calls = kCalls,
                                     .print = print,
-                                    .told = told});
+                                    .told = told,
+                                    .rules = &kRules,
+                                    .outside = &kOutside,
+                                    .repeat = repeat});
 
 }  // namespace platform::platformd::url_filter
