@@ -48,6 +48,13 @@ void print(std::string& out) {
         state_record(out, "item", kMacFilterItemLayout, &item);
 }
 
+void told(std::string& out) {
+    if (g_filter.mode == kMacFilterOff) return;
+    state_line(out, "mac_filter=%u", g_filter.mode);
+    for (const auto& item : g_filter.items)
+        state_record(out, "item", kMacFilterItemLayout, &item);
+}
+
 void render(enforce::RuleText& text) {
     render(g_filter, text);
 }
@@ -74,6 +81,7 @@ ServiceRegistration g_registration({.name = "mac_filter",
                                     .reset = reset,
                                     .calls = kCalls,
                                     .print = print,
+                                    .told = told,
                                     .rules = &kRules,
                                     .repeat = repeat});
 
