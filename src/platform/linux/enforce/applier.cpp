@@ -71,23 +71,31 @@ Texts differences() {
     return texts;
 }
 
-bool has_line(std::string_view text, std::string_view line) {
-    for (size_t at = 0; (at = text.find(line, at)) != text.npos; ++at)
-        if (at == 0 || text[at - 1] == '\n') return true;
-    return false;
+/// Behind the first such line from `from` on; npos if there is none.
+size_t find_line(std::string_view text, std::string_view line, size_t from) {
+    for (size_t at = from; (at = text.find(line, at)) != text.npos; ++at)
+        if (at == 0 || text[at - 1] == '\n') return at + line.size();
+    return text.npos;
+}
+
+// Lines mostly stand in the same order.
+bool has_all_lines(std::string_view text, std::string_view lines) {
+    size_t behind = 0;
+    while (!lines.empty()) {
+        const auto line = lines.substr(0, lines.find('\n') + 1);
+        behind = find_line(text, line, behind);
+        if (behind == text.npos) behind = find_line(text, line, 0);
+        if (behind == text.npos) return false;
+        lines.remove_prefix(line.size());
+    }
+    return true;
 }
 
 /// Whether a rule that is in force would be no more.
 bool takes_away(const Texts& texts) {
-    for (const auto& [service, text] : texts) {
-        const std::string_view held = g_in_force[service];
-        for (size_t begin = 0; begin < held.size();) {
-            const auto end = held.find('\n', begin) + 1;
-            if (!has_line(text, held.substr(begin, end - begin))) return true;
-            begin = end;
-        }
-    }
-    return false;
+    return std::ranges::any_of(texts, [](const auto& wanted) {
+        return !has_all_lines(wanted.second, g_in_force[wanted.first]);
+    });
 }
 
 bool commit(const std::string& tables, const Texts& texts) {
