@@ -129,12 +129,12 @@ bool watch(Kept& child, pid_t pid) {
     return static_cast<bool>(child.process);
 }
 
-pid_t spawn(const Words& words) {
+pid_t spawn(const Words& words, base::UniqueFd& gate) {
     std::vector<const char*> argv;
     for (const auto& word : words)
         argv.push_back(word.c_str());
     argv.push_back(nullptr);
-    return base::start(argv.data());
+    return base::start_held(argv.data(), gate);
 }
 
 /// Without the file the next platformd would start a second one beside it.
@@ -148,18 +148,16 @@ bool write_file(const Kept& child, pid_t pid) {
 /// Why it could not be started; empty if it was.
 std::string try_start(Kept& child) {
     if (!is_installed(child.wanted[0])) return child.wanted[0] + " is not installed";
-    const pid_t pid = spawn(child.wanted);
-    if (pid < 0) return strerror(errno);
+    base::UniqueFd gate;
+    const pid_t pid = spawn(child.wanted, gate);
     child.running = child.wanted;
-    if (watch(child, pid) && write_file(child, pid)) return {};
-    const std::string error = strerror(errno);
-    kill(pid, SIGKILL);
-    return error;
+    if (pid > 0 && watch(child, pid) && write_file(child, pid) && write(gate.get(), "", 1) == 1)
+        return {};
+    return strerror(errno);
 }
 
 void start_later(Kept& child) {
-    const bool was_steady = Clock::now() - child.started > std::chrono::milliseconds(kLastDelayMs);
-    child.delay_ms = std::clamp(was_steady ? 0 : child.delay_ms * 2, kFirstDelayMs, kLastDelayMs);
+    child.delay_ms = std::clamp(child.delay_ms * 2, kFirstDelayMs, kLastDelayMs);
     uloop_timeout_set(&child.timer, child.delay_ms);
 }
 
@@ -218,6 +216,8 @@ void on_end(uloop_fd* fd, unsigned) {
     child.serves = false;
     if (!child.is_ending) {
         complain(child, "ended");
+        if (Clock::now() - child.started > std::chrono::milliseconds(kLastDelayMs))
+            child.delay_ms = 0;
         start_later(child);
     }
     pursue(child);

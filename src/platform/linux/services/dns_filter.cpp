@@ -2,8 +2,8 @@ extern "C" {
 #include <libubox/uloop.h>
 }
 
-#include <arpa/inet.h>
 #include <ifaddrs.h>
+#include <netdb.h>
 #include <netinet/in.h>
 #include <pwd.h>
 #include <signal.h>
@@ -177,26 +177,28 @@ const char* resolver_user() {
     return "";
 }
 
-/// The LAN's first address of each kind, as text.
+/// The first of the LAN's addresses of a family that are good beyond the link; empty: none.
+std::string lan_address(const ifaddrs* all, int family) {
+    char text[NI_MAXHOST];
+    const socklen_t size = family == AF_INET ? sizeof(sockaddr_in) : sizeof(sockaddr_in6);
+    for (const auto* one = all; one; one = one->ifa_next) {
+        const auto* address = one->ifa_addr;
+        if (!address || address->sa_family != family) continue;
+        if (strcmp(one->ifa_name, enforce::kLanBridge) != 0) continue;
+        const bool is_named =
+            getnameinfo(address, size, text, sizeof(text), nullptr, 0, NI_NUMERICHOST) == 0;
+        if (is_named && !strchr(text, '%')) return text;
+    }
+    return {};
+}
+
 std::vector<std::string> gateway_addresses() {
     std::vector<std::string> found;
     ifaddrs* all = nullptr;
     if (getifaddrs(&all) != 0) return found;
-    bool has_four = false, has_six = false;
-    for (const auto* one = all; one; one = one->ifa_next) {
-        if (!one->ifa_addr || strcmp(one->ifa_name, enforce::kLanBridge) != 0) continue;
-        char text[INET6_ADDRSTRLEN];
-        const auto* four = reinterpret_cast<const sockaddr_in*>(one->ifa_addr);
-        const auto* six = reinterpret_cast<const sockaddr_in6*>(one->ifa_addr);
-        if (one->ifa_addr->sa_family == AF_INET && !has_four) {
-            found.push_back(inet_ntop(AF_INET, &four->sin_addr, text, sizeof(text)));
-            has_four = true;
-        } else if (one->ifa_addr->sa_family == AF_INET6 && !has_six &&
-                   !IN6_IS_ADDR_LINKLOCAL(&six->sin6_addr)) {
-            found.push_back(inet_ntop(AF_INET6, &six->sin6_addr, text, sizeof(text)));
-            has_six = true;
-        }
-    }
+    for (const int family : {AF_INET, AF_INET6})
+        if (auto address = lan_address(all, family); !address.empty())
+            found.push_back(std::move(address));
     freeifaddrs(all);
     return found;
 }

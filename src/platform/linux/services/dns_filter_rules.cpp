@@ -195,12 +195,13 @@ std::string resolver_name(uint8_t index) {
 std::string servers_text(const Rule& rule) {
     const bool passes = rule.item.action == kOnlyLog;
     std::string text;
-    if (passes || rule.item.mode == kBlackList) text = std::string("server=") + kUpstream + '\n';
+    if (passes || rule.item.mode == kBlackList)
+        text.append("server=").append(kUpstream).append("\n");
     if (passes) return text;
+    const char* whom = rule.item.mode == kWhiteList ? kUpstream : "";
     for (const auto& host : rule.hosts)
         if (is_name(host))
-            text +=
-                "server=/" + host + '/' + (rule.item.mode == kWhiteList ? kUpstream : "") + '\n';
+            text.append("server=/").append(host).append("/").append(whom).append("\n");
     return text;
 }
 
