@@ -12,6 +12,12 @@ using enforce::kLanBridge;
 using enforce::kUrlMask;
 using enforce::kUrlShift;
 
+/// An address that decides something, for these protocols.
+struct InForce {
+    const st_url_address& address;
+    inspect::Entry entry;
+};
+
 namespace {
 
 constexpr uint32_t kPassMark = 1U << kUrlShift;
@@ -27,12 +33,6 @@ constexpr unsigned kShortestTcp = 5;
 constexpr unsigned kLongestTcp = 15;
 constexpr unsigned kWord = 4;
 constexpr unsigned kIpV4Header = 20;
-
-/// An address that decides something, for these protocols.
-struct InForce {
-    const st_url_address& address;
-    inspect::Entry entry;
-};
 
 // A black list's path cannot be seen in TLS.
 std::vector<InForce> in_force(const UrlFilter& filter) {

@@ -85,9 +85,9 @@ bool connect_to_inspector() {
     if (path.size() >= sizeof(address.sun_path)) return false;
     memcpy(address.sun_path, path.c_str(), path.size() + 1);
     base::UniqueFd made(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    const int room = inspect::kMaxListMessage * 2;
-    if (!made || setsockopt(made.get(), SOL_SOCKET, SO_SNDBUFFORCE, &room, sizeof(room)) != 0 ||
-        connect(made.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 ||
+    const int room = inspect::kMaxListMessage;
+    setsockopt(made.get(), SOL_SOCKET, SO_SNDBUF, &room, sizeof(room));
+    if (!made || connect(made.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 ||
         !is_ours(made.get()))
         return false;
     g_watch.fd = made.get();
