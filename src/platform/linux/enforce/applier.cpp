@@ -44,6 +44,7 @@ int64_t g_last_change;
 int64_t g_retry_ms;
 int64_t g_last_repair;
 std::string g_error;
+std::string g_said;
 Texts g_in_force;
 /// Nothing is known of what our tables hold: they are replaced as a whole.
 bool g_start_over;
@@ -145,9 +146,8 @@ bool shape_all() {
 
 // What stays refused is said once.
 void retry_later() {
-    static std::string said;
-    if (g_error != said) fprintf(stderr, "platformd: not in force: %s\n", g_error.c_str());
-    said = g_error;
+    if (g_error != g_said) fprintf(stderr, "platformd: not in force: %s\n", g_error.c_str());
+    g_said = g_error;
     g_retry_ms = std::clamp(g_retry_ms * 2, kFirstRetryMs, kLastRetryMs);
     set_timer(g_retry_ms);
 }
@@ -167,6 +167,7 @@ void apply() {
     const bool shaped = shape_all();
     follow_outside();
     if (!ruled || !shaped) return retry_later();
+    g_said.clear();
     g_retry_ms = 0;
 }
 
