@@ -18,7 +18,7 @@ bool nft_check(const std::string& text, std::string& error) {
     return nft_run(text, error);
 }
 
-std::string nft_list(const std::string&) {
+std::string nft_list(const std::string&, Counters) {
     return {};
 }
 

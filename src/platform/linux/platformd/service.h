@@ -40,6 +40,10 @@ struct Service {
     /// Appends the state with `state_line` and `state_record`; null when there is none to show.
     /// The same state always gives the same text.
     void (*print)(std::string& out) = nullptr;
+    /// Appends, in the same way and in any order, what the state is as far as the daemon's tables
+    /// make it so and it makes a difference: an audit compares it with what a replay of the tables
+    /// makes of an empty state. Often `print`; null: the tables have no part in it.
+    void (*told)(std::string& out) = nullptr;
     /// What the state means in the kernel; null for a service that only remembers.
     const enforce::Rules* rules = nullptr;
     /// Adds the queues that the state asks for; null: none.
@@ -91,6 +95,10 @@ consteval ServiceCall service_question(const Call<Record>& call) {
     question.changes = false;
     return question;
 }
+
+/// How a line of state begins that tells of something which no kernel can be made to do; an audit
+/// shows it as such.
+inline constexpr char kNotEnforced[] = "not enforced: ";
 
 /// Appends one line of state, indented.
 __attribute__((format(printf, 2, 3))) void state_line(std::string& out, const char* format, ...);

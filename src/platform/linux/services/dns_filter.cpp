@@ -96,6 +96,7 @@ ServiceRegistration g_registration({.name = "dns_filter",
                                     .init = "zu_sec_dnsfilter_init",
                                     .reset = reset,
                                     .calls = kCalls,
-                                    .print = print});
+                                    .print = print,
+                                    .told = print});
 
 }  // namespace platform::platformd::dns_filter

@@ -81,6 +81,20 @@ void print(std::string& out) {
     print_chain(out, "down", g_filter.down);
 }
 
+void told_chain(std::string& out, const char* name, const Chain& chain) {
+    if (chain.enabled == 0) return;
+    state_line(out, "%s listtype=%u", name, chain.list_type);
+    for (const auto& rule : chain.rules)
+        state_record(out, std::string(name) + " rule", kFilterListLayout, &rule);
+}
+
+// A list that is off is as good as none. All its rules say the same of what they meet, so their
+// order, in which a changed one comes last, is no matter.
+void told(std::string& out) {
+    told_chain(out, "up", g_filter.up);
+    told_chain(out, "down", g_filter.down);
+}
+
 void render(enforce::RuleText& text) {
     render(g_filter, text);
 }
@@ -112,6 +126,7 @@ ServiceRegistration g_registration({.name = "ip_filter",
                                     .reset = reset,
                                     .calls = kCalls,
                                     .print = print,
+                                    .told = told,
                                     .rules = &kRules,
                                     .repeat = repeat});
 

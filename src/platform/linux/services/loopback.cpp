@@ -45,10 +45,14 @@ int32_t state_set(st_loopback_detection_result& result) {
     return 0;
 }
 
-void print(std::string& out) {
+void told(std::string& out) {
     state_record(out, "time", kLoopbackTimeLayout, &g_settings.time);
     for (const auto& [port, attr] : g_settings.ports)
         state_record(out, "detection", kLoopbackAttrLayout, &attr);
+}
+
+void print(std::string& out) {
+    told(out);
     for (uint32_t port = 0; port < g_said.size(); ++port)
         state_line(out, "loop port=%u status=%u", port, status_of(port));
     print_ports(out);
@@ -88,6 +92,7 @@ ServiceRegistration g_registration({.name = "loopback",
                                     .reset = reset,
                                     .calls = kCalls,
                                     .print = print,
+                                    .told = told,
                                     .rules = &kRules,
                                     .outside = &kOutside,
                                     .repeat = repeat});

@@ -252,7 +252,11 @@ constexpr ServiceCall kCalls[] = {
     service_call<smart_down_set>(kSmartQosDownstreamSet),
 };
 
-ServiceRegistration g_registration(
-    {.name = "qos", .init = "zu_qos_init", .reset = reset, .calls = kCalls, .print = print});
+ServiceRegistration g_registration({.name = "qos",
+                                    .init = "zu_qos_init",
+                                    .reset = reset,
+                                    .calls = kCalls,
+                                    .print = print,
+                                    .told = print});
 
 }  // namespace platform::platformd::qos

@@ -51,6 +51,7 @@ constexpr ServiceCall kCalls[] = {
     service_call<profile_del>(kQosProfileDel),
 };
 
-ServiceRegistration g_registration({.name = "qos_profiles", .calls = kCalls, .print = print});
+ServiceRegistration g_registration(
+    {.name = "qos_profiles", .calls = kCalls, .print = print, .told = print});
 
 }  // namespace platform::platformd::qos_profiles
