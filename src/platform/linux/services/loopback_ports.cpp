@@ -59,12 +59,14 @@ int64_t now_ms() {
     return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1'000'000;
 }
 
-template <class Number>
-Number draw() {
-    Number number;
-    while (getrandom(&number, sizeof(number), 0) != sizeof(number)) {
-    }
-    return number;
+/// What nobody can guess; for as long as a kernel that has just started has nothing of the kind,
+/// what differs each time.
+uint64_t draw() {
+    uint64_t number = 0;
+    if (getrandom(&number, sizeof(number), GRND_NONBLOCK) == sizeof(number)) return number;
+    timespec now;
+    clock_gettime(CLOCK_REALTIME, &now);
+    return static_cast<uint64_t>(now.tv_sec) << 32 | static_cast<uint32_t>(now.tv_nsec);
 }
 
 bool is_to_close(const std::string& device) {
@@ -104,7 +106,7 @@ void hear(uint32_t at, const Port& port) {
 void send_probes(uint32_t at, Port& port, int64_t now) {
     ProbeFrame frame;
     const auto number = port.number++;
-    const auto key = draw<uint64_t>();
+    const auto key = draw();
     port.sent[number % kRemembered] = {key, now};
     for (const auto tag : port.tags) {
         const Probe probe{gateway_number(), static_cast<uint16_t>(at), tag, number, key};
@@ -160,7 +162,7 @@ void follow_port(const st_loopback_detection_attr& attr) {
 }  // namespace
 
 uint32_t gateway_number() {
-    static const auto drawn = draw<uint32_t>();
+    static const auto drawn = static_cast<uint32_t>(draw());
     return drawn;
 }
 

@@ -4,21 +4,19 @@
 #include <linux/rtnetlink.h>
 #include <net/if.h>
 #include <netlink/attr.h>
-#include <netlink/msg.h>
-#include <netlink/netlink.h>
+#include <netlink/errno.h>
 
-#include <memory>
+#include "platform/linux/enforce/kernel/route.h"
 
 namespace platform::platformd::enforce {
 
 namespace {
 
-using Message = std::unique_ptr<nl_msg, decltype(&nlmsg_free)>;
-using Socket = std::unique_ptr<nl_sock, decltype(&nl_socket_free)>;
+using Message = route::Held<nl_msg>;
 
 /// A message about a device, empty if there is no memory for it.
 Message link_message(int type, uint8_t family, unsigned device) {
-    Message message(nlmsg_alloc_simple(type, 0), nlmsg_free);
+    Message message(nlmsg_alloc_simple(type, 0));
     ifinfomsg header{};
     header.ifi_family = family;
     header.ifi_index = static_cast<int>(device);
@@ -49,11 +47,9 @@ Message forget_learnt(unsigned bridge) {
     return message;
 }
 
-/// Sends it and waits for the kernel's answer.
-bool perform(Message message, std::string& error) {
-    const Socket socket(nl_socket_alloc(), nl_socket_free);
-    int status = socket && message ? nl_connect(socket.get(), NETLINK_ROUTE) : -NLE_NOMEM;
-    if (status >= 0) status = nl_send_sync(socket.get(), message.release());
+bool perform(const Message& message, std::string& error) {
+    int status = -NLE_NOMEM;
+    if (message && route::socket(&status)) status = route::request(message.get());
     if (status < 0) error = nl_geterror(status);
     return status >= 0;
 }
