@@ -84,19 +84,16 @@ Profiles take_profiles(Lines& told) {
 /// Says the rates in the place of the mark that stands for a profile; returns its number, 0 if the
 /// line names none.
 unsigned long name_profile(std::string& rule, const Profiles& profiles) {
-    for (const std::string_view option : {"--mark-set ", "--mark-or "}) {
-        const auto begin = rule.find(option);
-        if (begin == rule.npos) continue;
-        const auto number = begin + option.size();
-        const auto mark = strtoul(rule.c_str() + number, nullptr, 0);
-        const auto id = mark >> kQueueMarkShift;
-        const auto found = profiles.find(id);
-        if (found == profiles.end()) return 0;
-        rule.replace(begin, std::min(rule.find(' ', number), rule.size()) - begin,
-                     "profile" + found->second);
-        return id;
-    }
-    return 0;
+    constexpr std::string_view kOption = "--mark-or ";
+    const auto begin = rule.find(kOption);
+    if (begin == rule.npos) return 0;
+    const auto number = begin + kOption.size();
+    const auto id = strtoul(rule.c_str() + number, nullptr, 0) >> kQueueMarkShift;
+    const auto found = profiles.find(id);
+    if (found == profiles.end()) return 0;
+    const auto end = std::min(rule.find(' ', number), rule.size());
+    rule.replace(begin, end - begin, "profile" + found->second);
+    return id;
 }
 
 /// Returns the profiles that no rule names.

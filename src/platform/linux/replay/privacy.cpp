@@ -17,7 +17,8 @@ namespace platform::replay {
 
 namespace {
 
-/// A folder of the daemon's, and how the files in it begin that it reads.
+/// A folder that the daemon writes to, and how the files in it begin that it reads; null: none that
+/// it has not made itself.
 struct Place {
     const char* path;
     const char* files;
@@ -26,12 +27,12 @@ struct Place {
 constexpr Place kPlaces[] = {
     {"/etc/config", ""},
     {"/config/work/valueset", "dnsfilter_hostlist"},
-    {"/tmp", "cgi_dnsfilter"},
-    {"/var/run", "zu_log"},
+    {"/tmp", nullptr},
+    {"/var/run", nullptr},
 };
 
 bool is_wanted(const dirent& entry, const char* files) {
-    return entry.d_name[0] != '.' && strncmp(entry.d_name, files, strlen(files)) == 0;
+    return files && entry.d_name[0] != '.' && strncmp(entry.d_name, files, strlen(files)) == 0;
 }
 
 bool copy_all(int from, int to) {

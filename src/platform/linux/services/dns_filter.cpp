@@ -121,7 +121,7 @@ void print(std::string& out) {
 // A rule that is off is as good as deleted, and so is a black list of nothing.
 void told(std::string& out) {
     for (const auto& [index, rule] : g_rules)
-        if (rule.item.enable != 0 && (rule.item.mode != 0 || !rule.hosts.empty()))
+        if (rule.item.enable == 1 && (rule.item.mode != 0 || !rule.hosts.empty()))
             print_rule(out, rule);
 }
 
