@@ -26,6 +26,8 @@ bool tc_release(std::string&) {
     return true;
 }
 
+void tc_list(std::string&) {}
+
 void tc_audit(const Trees&, std::string&) {}
 
 bool links_start(void (*)()) {
