@@ -25,12 +25,16 @@ logged() {
 }
 
 # One set-up at a time in one checkout: a second one waits and then finds the work done.
-with_lock() {
-    mkdir -p "$BUILD"
+with_lock() { with_lock_of "$BUILD/.lock" "$@"; }
+
+with_lock_of() {
+    local lock=$1
+    shift
+    mkdir -p "${lock%/*}"
     (
         flock 9
         "$@" 9>&-
-    ) 9>"$BUILD/.lock"
+    ) 9>"$lock"
 }
 
 hash_of() { sha256sum | cut -c1-32; }

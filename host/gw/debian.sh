@@ -35,22 +35,50 @@ debian_archive() {
 }
 
 provide_debian() {
-    local release=$1 root archive
+    local release=$1 root
     root=$(debian_root "$release")
-    has_debian "$release" || {
-        provide_packages debootstrap
-        archive=$(debian_archive)
-        say "debian: making a bare $release"
-        rm -rf "$root"
-        mkdir -p "$root"
-        logged "debootstrap-$release" unshare --mount \
-            debootstrap --variant=minbase "$release" "$root" "$archive"
-        # It can be made again, so nothing in it need wait for the disk.
-        echo force-unsafe-io >"$root/etc/dpkg/dpkg.cfg.d/unsafe-io"
-        touch "$root.made"
-    }
-    copy_access "$root"
-    copy_sources "$root/src"
+    with_lock_of "$root.lock" make_debian "$release"
+    bring_up_to_date "$root"
+}
+
+# A bare root, and the packages in it: minutes of network and disk. What fails here is tried again
+# by whoever needs it.
+make_debian() {
+    local release=$1 root archive
+    ! has_debian "$release" || return 0
+    root=$(debian_root "$release")
+    provide_packages debootstrap
+    archive=$(debian_archive)
+    say "debian: making a bare $release"
+    rm -rf "$root"
+    mkdir -p "$root"
+    logged "debootstrap-$release" unshare --mount \
+        debootstrap --variant=minbase "$release" "$root" "$archive"
+    # It can be made again, so nothing in it need wait for the disk.
+    echo force-unsafe-io >"$root/etc/dpkg/dpkg.cfg.d/unsafe-io"
+    bring_up_to_date "$root"
+    # shellcheck disable=SC2016 # for the shell in there
+    in_debian "$release" bash -c 'set -e; ROOT=/src; . host/gw/common.sh; . host/gw/packages.sh
+        provide_packages "${PACKAGES[@]}"; provide_cargo'
+    touch "$root.made"
+}
+
+# Makes it beside the steps of a run that needs it in the end; what is still under way when the run
+# ends, ends with it: all of the job, as it is a process group of its own.
+begin_debian() {
+    local release
+    release=$(other_release)
+    ! has_debian "$release" && can_enter_debian || return 0
+    with_lock provide_packages debootstrap
+    set -m
+    (with_lock_of "$(debian_root "$release").lock" make_debian "$release") >/dev/null 2>&1 </dev/null &
+    set +m
+    trap 'kill %1 2>/dev/null || true' EXIT
+}
+
+bring_up_to_date() {
+    copy_access "$1"
+    copy_sources "$1/src"
 }
 
 # What this machine knows of the way to archives: proxies, names, certificates.

@@ -15,6 +15,8 @@ inline constexpr char kTraceCall[] = "platformd_trace";
 inline constexpr char kTraceClearCall[] = "platformd_trace_clear";
 inline constexpr char kFaultCall[] = "platformd_fault";
 inline constexpr char kDescribeCall[] = "platformd_describe";
+/// What platformd has to say to an audit: lines of audit_line.h, in pieces as those of the state.
+inline constexpr char kAuditCall[] = "platformd_audit";
 /// Without a record.
 inline constexpr char kReleaseCall[] = "platformd_release";
 

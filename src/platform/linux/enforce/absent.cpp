@@ -1,3 +1,4 @@
+#include "platform/linux/enforce/conntrack.h"
 #include "platform/linux/enforce/learnt.h"
 #include "platform/linux/enforce/links.h"
 #include "platform/linux/enforce/nft.h"
@@ -14,8 +15,12 @@ bool nft_check(const std::string& text, std::string& error) {
     return nft_run(text, error);
 }
 
-std::string nft_list(const std::string&) {
+std::string nft_list(const std::string&, Counters) {
     return {};
+}
+
+bool forget_connections(uint32_t, bool (*)(const Connection&), std::string& error) {
+    return nft_run({}, error);
 }
 
 bool tc_apply(const Trees&, std::string& error) {

@@ -100,12 +100,19 @@ bool commit(const std::string& tables, const Texts& texts) {
     return true;
 }
 
-// What the kernel refuses one service must not keep the others from theirs.
-bool commit_one_by_one(const Texts& texts) {
+// What the kernel refuses one service must not keep the others from theirs. Each comes with all
+// that were taken before it, for the tables may be emptied in front.
+bool commit_one_by_one(const std::string& tables, const Texts& texts) {
     std::string error;
-    for (const auto& [service, text] : texts)
-        if (!commit(tables_as_they_are(), {{service, text}}))
+    Texts taken;
+    for (const auto& [service, text] : texts) {
+        auto tried = taken;
+        tried[service] = text;
+        if (commit(tables, tried))
+            taken = std::move(tried);
+        else
             error = std::string(service) + ": " + g_error;
+    }
     g_error = error;
     return error.empty();
 }
@@ -115,7 +122,8 @@ bool commit_all() {
     const auto texts = differences();
     if (texts.empty() && !g_start_over) return true;
     const auto tables = g_start_over ? tables_emptied() : tables_as_they_are();
-    const bool done = commit(tables, texts) || (texts.size() > 1 && commit_one_by_one(texts));
+    const bool done =
+        commit(tables, texts) || (texts.size() > 1 && commit_one_by_one(tables, texts));
     g_start_over = g_start_over && !done && g_in_force.empty();
     return done;
 }
@@ -232,6 +240,14 @@ void settle() {
     if (!g_on || g_since == 0 || takes_away(differences())) return;
     uloop_timeout_cancel(&g_timer);
     apply();
+}
+
+bool is_waiting() {
+    return g_since != 0;
+}
+
+const std::string& refusal() {
+    return g_error;
 }
 
 bool release(std::string& error) {

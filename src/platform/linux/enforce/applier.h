@@ -19,6 +19,10 @@ bool is_on();
 void changed();
 /// What is still to be done is done now, unless it takes a rule away.
 void settle();
+/// Whether changes wait for a pause in the calls.
+bool is_waiting();
+/// Why the kernel has refused what should be in force; empty when it has not.
+const std::string& refusal();
 /// Takes out all that is in force, and forgets what the next start would begin with. Nothing is
 /// enforced any more until then.
 bool release(std::string& error);

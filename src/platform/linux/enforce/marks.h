@@ -13,13 +13,16 @@ namespace platform::platformd::enforce {
 /// packet never takes it past the others, and what we drop stays dropped.
 inline constexpr char kTable[] = "appcfg";
 
+/// A table that filters nothing, for a moment, to see how the kernel tells of rules.
+inline constexpr char kScratchTable[] = "appcfg_audit";
+
 inline constexpr char kLanBridge[] = "br-lan";
 
 /// Where chains hook in, within their hook by priority. The kernel's and other firewalls' places:
 /// raw -300, connection tracking -200, mangle -150, destination NAT -100, filter 0; in bridges
 /// ebtables' nat -300 and 300.
 inline constexpr int kLoopProbePriority = -320;      ///< bridge prerouting, before all that judges
-inline constexpr int kMacFilterPriority = -310;      ///< bridge prerouting, before ebtables' nat
+inline constexpr int kMacFilterPriority = -310;      ///< both preroutings, before ebtables' nat
 inline constexpr int kFlowUpPriority = 0;            ///< bridge input
 inline constexpr int kHostUpPriority = 10;           ///< bridge input, a host's limit wins
 inline constexpr int kQueueFramesPriority = 20;      ///< bridge input, once hosts' bits are clear
@@ -27,6 +30,7 @@ inline constexpr int kFromGatewayPriority = -300;    ///< bridge output
 inline constexpr int kFlowDownPriority = 400;        ///< bridge postrouting, behind ebtables' nat
 inline constexpr int kHostDownPriority = 410;        ///< bridge postrouting, a host's limit wins
 inline constexpr int kDnsRedirectPriority = -105;    ///< NAT prerouting, before other redirections
+inline constexpr int kDnsAroundPriority = -10;       ///< forward and input, ways round the filter
 inline constexpr int kCpuInPriority = -310;          ///< input, before a flood costs anything
 inline constexpr int kUrlBeforePriority = -160;      ///< forward, before iptables' mangle queues
 inline constexpr int kUrlAfterPriority = -140;       ///< forward, behind it

@@ -13,7 +13,9 @@ bool nft_run(const std::string& text, std::string& error);
 /// Only asks whether it would be taken, as far as can be told without doing it.
 bool nft_check(const std::string& text, std::string& error);
 
+enum class Counters : bool { Shown, Hidden };
+
 /// What a `list` command prints; empty when it fails.
-std::string nft_list(const std::string& command);
+std::string nft_list(const std::string& command, Counters counters = Counters::Shown);
 
 }  // namespace platform::platformd::enforce

@@ -4,6 +4,8 @@
 #include <span>
 #include <string>
 
+#include "platform/linux/enforce/marks.h"
+
 // What a service wants of the kernel's packet filter: the chains and sets that are its own,
 // declared once, and the rules in them, which follow from its state alone.
 
@@ -36,6 +38,8 @@ struct OwnedSet {
 /// text of a record gets in as it came.
 class RuleText {
   public:
+    explicit RuleText(const char* table = kTable) : table_(table) {}
+
     __attribute__((format(printf, 3, 4))) void rule(const OwnedChain& chain, const char* format,
                                                     ...);
     void element(const OwnedSet& set, const std::string& value);
@@ -45,6 +49,7 @@ class RuleText {
   private:
     void add(const char* what, Family family, const char* name);
 
+    const char* table_;
     std::string text_;
 };
 
@@ -57,11 +62,14 @@ struct Rules {
 
 /// A piece of a transaction that makes the rules what they should be, whatever they were: the
 /// declarations, the emptying and the rules.
-std::string replacement(const Rules& rules);
+std::string replacement(const Rules& rules, const char* table = kTable);
 
 /// Pieces of a transaction: our tables, as they are or with nothing in them.
 std::string tables_as_they_are();
 std::string tables_emptied();
 std::string tables_gone();
+/// The same of the tables in which rules can be looked at without being in force.
+std::string scratch_emptied();
+std::string scratch_gone();
 
 }  // namespace platform::platformd::enforce

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <limits>
 #include <span>
+#include <string>
 
 // platformctl's commands. Each gets the words behind its name and returns the exit status: 0 when
 // the platform did as it was told, 1 with a line on standard error when not, kUsageStatus when the
@@ -18,6 +19,7 @@ using Words = std::span<char* const>;
 
 int show_state(Words words);
 int show_trace(Words words);
+int audit(Words words);
 int make_fail(Words words);
 int make_die(Words words);
 int make_hang(Words words);
@@ -25,6 +27,10 @@ int call_name(Words words);
 int list_names(Words words);
 int set_level(Words words);
 int release(Words words);
+
+/// Reads a whole text of platformd's (control.h), of all services where `service` is ""; one that
+/// changes between two pieces is read again. 0, kControlUnknown or another refusal.
+int32_t read_text(const char* call, const char* service, std::string& text);
 
 /// Prints "platformctl: ..." on standard error and returns EXIT_FAILURE.
 __attribute__((format(printf, 1, 2))) int complain(const char* format, ...);

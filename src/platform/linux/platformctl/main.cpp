@@ -21,6 +21,8 @@ struct Command {
 
 constexpr Command kCommands[] = {
     {"state", "[SERVICE]", "what the services hold", show_state},
+    {"audit", "[-j] [SERVICE]", "where tables, platform and kernel differ; -j: a line of JSON each",
+     audit},
     {"trace", "[--once | --clear]", "the calls so far and as they come; only so far; forget them",
      show_trace},
     {"call", "NAME [HEX]", "call a name with a record, print what comes back", call_name},

@@ -30,21 +30,6 @@ std::string_view answered_text() {
     return {g_text.text, g_text.length};
 }
 
-/// Reads the whole state; a state that changes between two pieces is read again.
-int32_t read_state(const char* service, std::string& state) {
-    for (int attempt = 0; attempt < kMaxStateAttempts; ++attempt) {
-        auto result = ask_text(kStateCall, 0, service);
-        const auto mark = g_text.mark;
-        state = answered_text();
-        while (result == 0 && g_text.more && g_text.mark == mark) {
-            result = ask_text(kStateCall, state.size(), service);
-            state += answered_text();
-        }
-        if (result != 0 || g_text.mark == mark) return result;
-    }
-    return -1;
-}
-
 int follow_trace(bool once) {
     setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     for (uint64_t position = 1;; position = g_text.position) {
@@ -59,11 +44,25 @@ int follow_trace(bool once) {
 
 }  // namespace
 
+int32_t read_text(const char* call, const char* service, std::string& text) {
+    for (int attempt = 0; attempt < kMaxStateAttempts; ++attempt) {
+        auto result = ask_text(call, 0, service);
+        const auto mark = g_text.mark;
+        text = answered_text();
+        while (result == 0 && g_text.more && g_text.mark == mark) {
+            result = ask_text(call, text.size(), service);
+            text += answered_text();
+        }
+        if (result != 0 || g_text.mark == mark) return result;
+    }
+    return -1;
+}
+
 int show_state(Words words) {
     if (words.size() > 1) return kUsageStatus;
     const char* service = words.empty() ? "" : words[0];
     std::string state;
-    const auto result = read_state(service, state);
+    const auto result = read_text(kStateCall, service, state);
     if (result == kControlUnknown) return complain("there is no service %s", service);
     if (result != 0) return complain("platformd does not answer");
     fputs(state.c_str(), stdout);

@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <vector>
 
+#include "platform/linux/audit_line.h"
+
 namespace platform::platformd {
 
 namespace {
@@ -56,6 +58,18 @@ std::span<const Callee> all_callees() {
 const Callee* find_callee(std::string_view name) {
     const auto found = std::ranges::lower_bound(g_callees, name, {}, name_of);
     return found != g_callees.end() && name == found->name ? &*found : nullptr;
+}
+
+void append_told(std::string& out) {
+    for (const auto* owner : g_services) {
+        if (!owner->service.told) continue;
+        std::string state;
+        owner->service.told(state);
+        for_each_line(state, [&](std::string_view line) {
+            if (!line.starts_with(kNotEnforced))
+                append_audit_line(out, kAuditTold, owner->service.name, line);
+        });
+    }
 }
 
 bool append_state(std::string& out, std::string_view service) {

@@ -30,6 +30,9 @@ bool gather_callees();
 std::span<const Callee> all_callees();
 const Callee* find_callee(std::string_view name);
 
+/// Appends, as lines of an audit (audit_line.h), what the daemon's tables have made of the states.
+void append_told(std::string& out);
+
 /// Appends the state of one service, or of all of them in order of their names when `service` is
 /// empty. False when there is no such service.
 bool append_state(std::string& out, std::string_view service);

@@ -6,6 +6,7 @@
 
 #include "platform/linux/enforce/applier.h"
 #include "platform/linux/platformd/answer.h"
+#include "platform/linux/platformd/audit.h"
 #include "platform/linux/platformd/callees.h"
 #include "platform/linux/platformd/faults.h"
 #include "platform/linux/platformd/history.h"
@@ -21,6 +22,16 @@ void put_text(ControlText& reply, std::string_view text) {
     reply.length = static_cast<uint32_t>(text.size());
 }
 
+/// The piece of a text that is asked for.
+void put_piece(ControlText& request, const std::string& text) {
+    const auto begin = std::min<uint64_t>(request.position, text.size());
+    const auto piece = std::string_view(text).substr(begin, sizeof(request.text));
+    put_text(request, piece);
+    request.position = begin + piece.size();
+    request.more = request.position < text.size();
+    request.mark = std::hash<std::string>{}(text);
+}
+
 template <size_t Size>
 std::string_view text_in(const char (&text)[Size]) {
     return {text, strnlen(text, Size)};
@@ -32,12 +43,16 @@ int32_t read_state(void* record) {
     static std::string text;
     if (request.position == 0) text.clear();
     if (text.empty() && !append_state(text, text_in(request.text))) return kControlUnknown;
-    const auto begin = std::min<uint64_t>(request.position, text.size());
-    const auto piece = std::string_view(text).substr(begin, sizeof(request.text));
-    put_text(request, piece);
-    request.position = begin + piece.size();
-    request.more = request.position < text.size();
-    request.mark = std::hash<std::string>{}(text);
+    put_piece(request, text);
+    return 0;
+}
+
+int32_t read_audit(void* record) {
+    auto& request = *static_cast<ControlText*>(record);
+    static std::string text;
+    if (request.position == 0) text.clear();
+    if (text.empty()) append_audit(text);
+    put_piece(request, text);
     return 0;
 }
 
@@ -95,11 +110,15 @@ struct ControlCall {
     int32_t (*handle)(void* record);
 };
 
-constexpr const char* kNames[] = {kStateCall, kTraceCall,    kTraceClearCall,
+constexpr const char* kNames[] = {kStateCall, kAuditCall,    kTraceCall,  kTraceClearCall,
                                   kFaultCall, kDescribeCall, kReleaseCall};
-constexpr ControlCall kCalls[] = {
-    {sizeof(ControlText), read_state}, {sizeof(ControlText), read_trace}, {0, clear_trace},
-    {sizeof(ControlFault), set_fault}, {sizeof(ControlText), describe},   {0, release}};
+constexpr ControlCall kCalls[] = {{sizeof(ControlText), read_state},
+                                  {sizeof(ControlText), read_audit},
+                                  {sizeof(ControlText), read_trace},
+                                  {0, clear_trace},
+                                  {sizeof(ControlFault), set_fault},
+                                  {sizeof(ControlText), describe},
+                                  {0, release}};
 static_assert(std::size(kNames) == std::size(kCalls));
 
 }  // namespace

@@ -38,6 +38,10 @@ struct Service {
     /// Appends the state with `state_line` and `state_record`; null when there is none to show.
     /// The same state always gives the same text.
     void (*print)(std::string& out) = nullptr;
+    /// Appends, in the same way and in any order, what the state is as far as the daemon's tables
+    /// make it so and it makes a difference: an audit compares it with what a replay of the tables
+    /// makes of an empty state. Often `print`; null: the tables have no part in it.
+    void (*told)(std::string& out) = nullptr;
     /// What the state means in the kernel; null for a service that only remembers.
     const enforce::Rules* rules = nullptr;
     /// Adds the queues that the state asks for; null: none.
@@ -82,6 +86,10 @@ consteval ServiceCall service_call(const Call<Record>& call) {
     static_assert(base::has_global_name<Handle>(), "the handler needs a name that is its own");
     return {call.name, call.layout, handle_record<Handle, Record>};
 }
+
+/// How a line of state begins that tells of something which no kernel can be made to do; an audit
+/// shows it as such.
+inline constexpr char kNotEnforced[] = "not enforced: ";
 
 /// Appends one line of state, indented.
 __attribute__((format(printf, 2, 3))) void state_line(std::string& out, const char* format, ...);

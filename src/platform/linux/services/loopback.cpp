@@ -51,10 +51,14 @@ int32_t state_set(st_loopback_detection_result& result) {
     return 0;
 }
 
-void print(std::string& out) {
+void told(std::string& out) {
     state_record(out, "time", kLoopbackTimeLayout, &g_time);
     for (const auto& [port, attr] : g_ports)
         state_record(out, "detection", kLoopbackAttrLayout, &attr);
+}
+
+void print(std::string& out) {
+    told(out);
     for (size_t port = 0; port < g_states.size(); ++port)
         state_line(out, "loop port=%zu status=%u", port, g_states[port]);
 }
@@ -70,6 +74,7 @@ ServiceRegistration g_registration({.name = "loopback",
                                     .init = "zu_netapp_loopback_init",
                                     .reset = reset,
                                     .calls = kCalls,
-                                    .print = print});
+                                    .print = print,
+                                    .told = told});
 
 }  // namespace platform::platformd::loopback

@@ -48,6 +48,13 @@ void print(std::string& out) {
         state_record(out, "item", kMacFilterItemLayout, &item);
 }
 
+void told(std::string& out) {
+    if (g_filter.mode == kMacFilterOff) return;
+    state_line(out, "mac_filter=%u", g_filter.mode);
+    for (const auto& item : g_filter.items)
+        state_record(out, "item", kMacFilterItemLayout, &item);
+}
+
 void render(enforce::RuleText& text) {
     render(g_filter, text);
 }
@@ -58,8 +65,9 @@ void repeat(CallList& calls) {
         calls.add(kMacFilterItemAdd, item);
 }
 
-constexpr enforce::OwnedChain kChains[] = {kFrames};
-constexpr enforce::OwnedSet kSets[] = {kHosts, kDestinations};
+constexpr enforce::OwnedChain kChains[] = {kPlaces[0].chain, kPlaces[1].chain};
+constexpr enforce::OwnedSet kSets[] = {kPlaces[0].hosts, kPlaces[0].destinations, kPlaces[1].hosts,
+                                       kPlaces[1].destinations};
 constexpr enforce::Rules kRules{.chains = kChains, .sets = kSets, .render = render};
 
 constexpr ServiceCall kCalls[] = {
@@ -73,6 +81,7 @@ ServiceRegistration g_registration({.name = "mac_filter",
                                     .reset = reset,
                                     .calls = kCalls,
                                     .print = print,
+                                    .told = told,
                                     .rules = &kRules,
                                     .repeat = repeat});
 

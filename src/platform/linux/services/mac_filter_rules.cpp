@@ -21,6 +21,26 @@ std::string text_of(const ether_addr& address) {
     return text;
 }
 
+void render(const MacFilter& filter, const Place& place, enforce::RuleText& text) {
+    for (const auto& item : filter.items) {
+        ether_addr address;
+        if (!parse(item, address)) continue;
+        text.element(item.mac_kind == kMacKindHost ? place.hosts : place.destinations,
+                     text_of(address));
+    }
+    std::string from;
+    if (place.chain.family == enforce::Family::Inet)
+        from = std::string("iifname \"") + enforce::kLanBridge + "\" ";
+    if (filter.mode == kMacFilterWhiteList) {
+        text.rule(place.chain,
+                  "%sether saddr != @%s ether daddr != @%s counter drop comment \"not listed\"",
+                  from.c_str(), place.hosts.name, place.destinations.name);
+    } else {
+        text.rule(place.chain, "%sether saddr @%s drop", from.c_str(), place.hosts.name);
+        text.rule(place.chain, "%sether daddr @%s drop", from.c_str(), place.destinations.name);
+    }
+}
+
 }  // namespace
 
 bool makes_sense(const st_macfilter_item& item) {
@@ -33,19 +53,8 @@ bool makes_sense(const st_macfilter_item& item) {
 // out before he can enter himself.
 void render(const MacFilter& filter, enforce::RuleText& text) {
     if (filter.mode == kMacFilterOff || filter.items.empty()) return;
-    for (const auto& item : filter.items) {
-        ether_addr address;
-        if (!parse(item, address)) continue;
-        text.element(item.mac_kind == kMacKindHost ? kHosts : kDestinations, text_of(address));
-    }
-    if (filter.mode == kMacFilterWhiteList) {
-        text.rule(kFrames,
-                  "ether saddr != @%s ether daddr != @%s counter drop comment \"not listed\"",
-                  kHosts.name, kDestinations.name);
-    } else {
-        text.rule(kFrames, "ether saddr @%s drop", kHosts.name);
-        text.rule(kFrames, "ether daddr @%s drop", kDestinations.name);
-    }
+    for (const auto& place : kPlaces)
+        render(filter, place, text);
 }
 
 }  // namespace platform::platformd::mac_filter

@@ -18,11 +18,23 @@ struct MacFilter {
 /// False when the item's address is none, or its kind is unknown.
 bool makes_sense(const st_macfilter_item& item);
 
-inline constexpr enforce::OwnedChain kFrames{enforce::Family::Bridge, "mac_filter", "prerouting",
-                                             enforce::kMacFilterPriority};
-inline constexpr enforce::OwnedSet kHosts{enforce::Family::Bridge, "mac_hosts", "ether_addr"};
-inline constexpr enforce::OwnedSet kDestinations{enforce::Family::Bridge, "mac_dests",
-                                                 "ether_addr"};
+/// Where packets are judged.
+struct Place {
+    enforce::OwnedChain chain;
+    enforce::OwnedSet hosts;
+    enforce::OwnedSet destinations;
+};
+
+/// Frames in bridges, and what comes to the gateway where br-lan is none. What the first has
+/// stopped never comes to the second.
+inline constexpr Place kPlaces[] = {
+    {{enforce::Family::Bridge, "mac_filter", "prerouting", enforce::kMacFilterPriority},
+     {enforce::Family::Bridge, "mac_hosts", "ether_addr"},
+     {enforce::Family::Bridge, "mac_dests", "ether_addr"}},
+    {{enforce::Family::Inet, "mac_filter", "prerouting", enforce::kMacFilterPriority},
+     {enforce::Family::Inet, "mac_hosts", "ether_addr"},
+     {enforce::Family::Inet, "mac_dests", "ether_addr"}},
+};
 
 void render(const MacFilter& filter, enforce::RuleText& text);
 

@@ -53,7 +53,11 @@ constexpr ServiceCall kCalls[] = {
     service_call<set_cpu_rate>(kSetCpuRate),
 };
 
-ServiceRegistration g_registration(
-    {.name = "port_flow", .calls = kCalls, .print = print, .rules = &kRules, .repeat = repeat});
+ServiceRegistration g_registration({.name = "port_flow",
+                                    .calls = kCalls,
+                                    .print = print,
+                                    .told = print,
+                                    .rules = &kRules,
+                                    .repeat = repeat});
 
 }  // namespace platform::platformd::port_flow

@@ -80,6 +80,7 @@ constexpr ServiceCall kCalls[] = {
 ServiceRegistration g_registration({.name = "qos_profiles",
                                     .calls = kCalls,
                                     .print = print,
+                                    .told = print,
                                     .rules = &kRules,
                                     .shape = shape,
                                     .repeat = repeat});

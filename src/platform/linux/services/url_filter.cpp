@@ -50,6 +50,13 @@ void print(std::string& out) {
         state_record(out, "address", kUrlAddressLayout, &address);
 }
 
+void told(std::string& out) {
+    if (g_filter.mode.filter_en == 0) return;
+    state_line(out, "listtype=%u", g_filter.mode.em_listtype);
+    for (const auto& address : g_filter.addresses)
+        state_record(out, "address", kUrlAddressLayout, &address);
+}
+
 constexpr ServiceCall kCalls[] = {
     service_call<filter_set>(kUrlFilterSet),
     service_call<address_set>(kUrlAddressSet),
@@ -60,6 +67,7 @@ ServiceRegistration g_registration({.name = "url_filter",
                                     .init = "zu_sec_urlfilter_init",
                                     .reset = reset,
                                     .calls = kCalls,
-                                    .print = print});
+                                    .print = print,
+                                    .told = told});
 
 }  // namespace platform::platformd::url_filter

@@ -49,11 +49,13 @@ bool nft_check(const std::string& text, std::string& error) {
     return run(text, true, error);
 }
 
-std::string nft_list(const std::string& command) {
+std::string nft_list(const std::string& command, Counters counters) {
     auto* nft = context();
     if (!nft) return {};
     nft_ctx_set_dry_run(nft, false);
+    if (counters == Counters::Hidden) nft_ctx_output_set_flags(nft, NFT_CTX_OUTPUT_STATELESS);
     const bool done = nft_run_cmd_from_buffer(nft, command.c_str()) == 0;
+    nft_ctx_output_set_flags(nft, 0);
     nft_ctx_get_error_buffer(nft);
     const char* listed = nft_ctx_get_output_buffer(nft);
     return done && listed ? listed : "";
