@@ -41,6 +41,6 @@ bool links_start(void (*)()) {
 
 void links_stop() {}
 
-void forget_host(const uint8_t (&)[6]) {}
+void forget_hosts(const std::vector<MacAddress>&) {}
 
 }  // namespace platform::platformd::enforce
