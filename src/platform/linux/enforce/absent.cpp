@@ -38,6 +38,8 @@ bool tc_release(std::string&) {
     return true;
 }
 
+void tc_list(std::string&) {}
+
 void tc_audit(const Trees&, std::string&) {}
 
 bool links_start(void (*)()) {
@@ -46,6 +48,6 @@ bool links_start(void (*)()) {
 
 void links_stop() {}
 
-void forget_host(const uint8_t (&)[6]) {}
+void forget_hosts(const std::vector<MacAddress>&) {}
 
 }  // namespace platform::platformd::enforce

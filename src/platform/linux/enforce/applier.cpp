@@ -215,6 +215,7 @@ void print(std::string& out) {
     for (const auto family : kFamilies)
         append_counting(out,
                         nft_list(std::string("list table ") + family_name(family) + ' ' + kTable));
+    tc_list(out);
 }
 
 ServiceRegistration g_registration({.name = "enforcement", .print = print});

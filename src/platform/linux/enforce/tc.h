@@ -20,6 +20,10 @@ bool tc_apply(const Trees& trees, std::string& error);
 /// Takes out all that any `tc_apply` has made.
 bool tc_release(std::string& error);
 
+/// Appends a line of state for each class in the kernel, with the packets that it let pass and that
+/// found no room.
+void tc_list(std::string& out);
+
 /// Appends a line for each thing in the kernel that is not as the trees ask, "warning: " before
 /// what cannot be for want of a device.
 void tc_audit(const Trees& trees, std::string& out);

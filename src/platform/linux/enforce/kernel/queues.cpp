@@ -132,6 +132,22 @@ int read_redirect(int device, Side side, std::vector<Redirect>& redirects) {
     return 0;
 }
 
+HeldClass held_class(rtnl_class* one) {
+    auto* tc = TC_CAST(one);
+    const auto parent = rtnl_tc_get_parent(tc);
+    uint64_t rate = 0, ceil = 0;
+    rtnl_htb_get_rate64(one, &rate);
+    rtnl_htb_get_ceil64(one, &ceil);
+    return {{.minor = static_cast<uint16_t>(rtnl_tc_get_handle(tc) & kMinorMask),
+             .parent = static_cast<uint16_t>(parent == TC_H_ROOT ? 0 : parent & kMinorMask),
+             .rate = kbit(rate),
+             .ceil = kbit(ceil),
+             .priority = rtnl_htb_get_prio(one),
+             .quantum = rtnl_htb_get_quantum(one)},
+            rtnl_tc_get_stat(tc, RTNL_TC_PACKETS),
+            rtnl_tc_get_stat(tc, RTNL_TC_DROPS)};
+}
+
 bool takes_filters(const Qdisc& qdisc) {
     return qdisc.kind == "clsact" || qdisc.kind == "ingress";
 }
@@ -194,25 +210,15 @@ int read(Picture& picture) {
     return 0;
 }
 
-int read_classes(int device, Place place, std::vector<QueueClass>& classes) {
+int read_classes(int device, Place place, std::vector<HeldClass>& classes) {
     nl_cache* filled = nullptr;
     const int result = rtnl_class_alloc_cache(route::socket(), device, &filled);
     if (result < 0) return result;
     const Held<nl_cache> cache(filled);
     for (auto* one = first<rtnl_class>(cache); one; one = next(one)) {
         auto* tc = TC_CAST(one);
-        const auto id = rtnl_tc_get_handle(tc), parent = rtnl_tc_get_parent(tc);
-        if ((id & ~kMinorMask) != handle(place)) continue;
-        uint64_t rate = 0, ceil = 0;
-        rtnl_htb_get_rate64(one, &rate);
-        rtnl_htb_get_ceil64(one, &ceil);
-        classes.push_back(
-            {.minor = static_cast<uint16_t>(id & kMinorMask),
-             .parent = static_cast<uint16_t>(parent == TC_H_ROOT ? 0 : parent & kMinorMask),
-             .rate = kbit(rate),
-             .ceil = kbit(ceil),
-             .priority = rtnl_htb_get_prio(one),
-             .quantum = rtnl_htb_get_quantum(one)});
+        if ((rtnl_tc_get_handle(tc) & ~kMinorMask) != handle(place)) continue;
+        classes.push_back(held_class(one));
     }
     return 0;
 }

@@ -28,6 +28,12 @@ struct Qdisc {
     uint32_t default_class;  ///< of HTB
 };
 
+/// A class, and the packets that it let pass and that found no room.
+struct HeldClass : QueueClass {
+    uint64_t passed;
+    uint64_t dropped;
+};
+
 /// As a filter's parent.
 enum class Side : uint32_t { Ingress = 0xfffffff2, Egress = 0xfffffff3 };
 
@@ -50,7 +56,7 @@ constexpr uint32_t handle(Place place, uint16_t minor = 0) {
 
 int read(Picture& picture);
 /// The classes of a device that are of a place, in no order.
-int read_classes(int device, Place place, std::vector<QueueClass>& classes);
+int read_classes(int device, Place place, std::vector<HeldClass>& classes);
 
 /// Makes the device and has it up.
 int add_ifb(const char* name);

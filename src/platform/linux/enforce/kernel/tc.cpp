@@ -3,16 +3,19 @@
 #include <netlink/errno.h>
 
 #include <algorithm>
+#include <cinttypes>
 #include <cstdarg>
 #include <cstdio>
 
 #include "platform/linux/enforce/kernel/queues.h"
 #include "platform/linux/enforce/marks.h"
+#include "platform/linux/platformd/service.h"
 #include "platform/linux/services/netif_devices.h"
 
 namespace platform::platformd::enforce::tc {
 
 using queues::Device;
+using queues::HeldClass;
 using queues::Picture;
 using queues::Qdisc;
 using queues::Redirect;
@@ -46,7 +49,7 @@ bool is_leaf(uint16_t minor, const Tree& tree) {
 
 /// Children cannot be without their parents, and a class that moves is another one. Its place among
 /// its siblings takes effect on an empty queue only.
-bool can_stay(const QueueClass& held, const Tree& tree, const std::vector<QueueClass>& all) {
+bool can_stay(const QueueClass& held, const Tree& tree, const std::vector<HeldClass>& all) {
     const auto wanted = std::ranges::find(tree.classes, held.minor, &QueueClass::minor);
     if (wanted == tree.classes.end() || wanted->parent != held.parent) return false;
     if (is_leaf(held.minor, tree) && wanted->priority != held.priority) return false;
@@ -87,9 +90,9 @@ class Walk {
     bool has_root(Place place, const Tree& tree, const Device& device);
     void follow_classes(Place place, const Tree& tree, const Device& device);
     void remove_classes(Place place, const Tree& tree, const Device& device,
-                        std::vector<QueueClass>& held);
+                        std::vector<HeldClass>& held);
     bool follow_class(Place place, const QueueClass& wanted, const Device& device,
-                      const std::vector<QueueClass>& held);
+                      const std::vector<HeldClass>& held);
     void follow_leaf(Place place, const QueueClass& wanted, const Device& device, bool is_new);
     void set_frames(const Device& device, bool slow);
     void follow_frames();
@@ -256,7 +259,7 @@ bool Walk::has_root(Place place, const Tree& tree, const Device& device) {
 }
 
 void Walk::follow_classes(Place place, const Tree& tree, const Device& device) {
-    std::vector<QueueClass> held;
+    std::vector<HeldClass> held;
     if (const int result = queues::read_classes(device.index, place, held); result < 0)
         return hopeless(device.name + ": " + nl_geterror(result));
     remove_classes(place, tree, device, held);
@@ -268,7 +271,7 @@ void Walk::follow_classes(Place place, const Tree& tree, const Device& device) {
 
 /// Those without children first; what is removed is no longer held.
 void Walk::remove_classes(Place place, const Tree& tree, const Device& device,
-                          std::vector<QueueClass>& held) {
+                          std::vector<HeldClass>& held) {
     const auto all = held;
     for (bool again = true; again;) {
         const auto gone = std::ranges::find_if(held, [&](const QueueClass& one) {
@@ -287,7 +290,7 @@ void Walk::remove_classes(Place place, const Tree& tree, const Device& device,
 
 /// Whether the class has been made or changed.
 bool Walk::follow_class(Place place, const QueueClass& wanted, const Device& device,
-                        const std::vector<QueueClass>& held) {
+                        const std::vector<HeldClass>& held) {
     const auto found = std::ranges::find(held, wanted.minor, &QueueClass::minor);
     const char* name = device.name.c_str();
     const auto major = static_cast<unsigned>(place);
@@ -364,6 +367,21 @@ bool Walk::go() {
     return !failed_;
 }
 
+std::string name_of(const Picture& picture, int device) {
+    const auto found = std::ranges::find(picture.devices, device, &Device::index);
+    return found == picture.devices.end() ? "" : found->name;
+}
+
+void list(const std::string& name, int device, Place place, std::string& out) {
+    std::vector<HeldClass> classes;
+    queues::read_classes(device, place, classes);
+    std::ranges::sort(classes, {}, &HeldClass::minor);
+    for (const auto& one : classes)
+        state_line(out, "  %s %x:%x rate %u ceil %u packets %" PRIu64 " dropped %" PRIu64,
+                   name.c_str(), static_cast<unsigned>(place), one.minor, one.rate, one.ceil,
+                   one.passed, one.dropped);
+}
+
 }  // namespace platform::platformd::enforce::tc
 
 namespace platform::platformd::enforce {
@@ -373,6 +391,15 @@ bool tc_apply(const Trees& trees, std::string& error) {
     if (tc::Walk(trees, tc::Walk::Does::Mend, told).go()) return true;
     error = told;
     return false;
+}
+
+void tc_list(std::string& out) {
+    queues::Picture picture;
+    if (queues::read(picture) < 0) return;
+    for (const auto& root : picture.qdiscs)
+        for (const auto place : tc::kPlaces)
+            if (root.kind == "htb" && root.handle == queues::handle(place))
+                tc::list(tc::name_of(picture, root.device), root.device, place, out);
 }
 
 bool tc_release(std::string& error) {
