@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "platform/linux/queue_mark.h"
+
 // What the services that act on the kernel share of its names and numbers. Each stands here once,
 // so that the order of the hooks can be read off, and nothing is taken twice.
 
@@ -28,6 +30,7 @@ inline constexpr int kFromGatewayPriority = -300;    ///< bridge output
 inline constexpr int kFlowDownPriority = 400;        ///< bridge postrouting, behind ebtables' nat
 inline constexpr int kHostDownPriority = 410;        ///< bridge postrouting, a host's limit wins
 inline constexpr int kDnsRedirectPriority = -105;    ///< NAT prerouting, before other redirections
+inline constexpr int kDnsAroundPriority = -10;       ///< forward and input, ways round the filter
 inline constexpr int kCpuInPriority = -310;          ///< input, before a flood costs anything
 inline constexpr int kUrlBeforePriority = -160;      ///< forward, before iptables' mangle queues
 inline constexpr int kUrlAfterPriority = -140;       ///< forward, behind it
@@ -41,8 +44,7 @@ inline constexpr int kManagementOutPriority = -145;  ///< output, behind mangle'
 /// outwards whether the frame came out of the gateway, not from another port, and again the queue
 /// number.
 inline constexpr uint32_t kMarkMask = 0xff000000;
-inline constexpr uint32_t kQueueIdMask = 0xfe000000;
-inline constexpr int kQueueIdShift = 25;
+inline constexpr uint32_t kQueueIdMask = kLastMarkedQueue << kQueueMarkShift;
 inline constexpr uint32_t kUrlMask = 0x03000000;
 inline constexpr int kUrlShift = 24;
 inline constexpr uint32_t kFrameQueueMask = 0xf0000000;
