@@ -108,11 +108,13 @@ Action action_of(const Direction& direction, const zu_sal_qos_flow_queue_s& flow
 
 /// Marks that cannot be written are left out, the packets are queued all the same.
 void drop_bad_marks(const std::string& name, Action& action, Lines& lines) {
+    bool dropped = false;
     for (auto* dscp : {&action.dscp4, &action.dscp6}) {
         if (!*dscp || **dscp <= kLastDscp) continue;
-        lines.leave_out(name, "its mark is beyond 63");
         dscp->reset();
+        dropped = true;
     }
+    if (dropped) lines.leave_out(name, "its mark is beyond 63");
 }
 
 void add_flows(const Direction& direction, const Devices& devices, Lines& lines) {

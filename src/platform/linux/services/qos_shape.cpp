@@ -76,12 +76,12 @@ enforce::QueueClass leaf_by_weight(const zu_sal_qos_queue_attr_s& queue, const L
     const auto& [sum, least] = line.weights;
     const uint64_t weight = queue.ui_weight;
     const auto share = sum == 0 ? 0 : static_cast<uint32_t>(line.bandwidth * weight / sum);
-    const auto turns = weight == 0 ? 1 : weight / least;
+    const auto turn = weight == 0 ? kTurn : std::min(kTurn * weight / least, kLongestTurn);
     return {.minor = leaf_number(queue),
             .parent = kWhole,
             .rate = std::max(share, 1U),
             .ceil = line.forced_weights ? std::max(share, 1U) : line.bandwidth,
-            .quantum = static_cast<uint32_t>(std::min(turns * kTurn, kLongestTurn))};
+            .quantum = static_cast<uint32_t>(turn)};
 }
 
 bool has_leaf(const enforce::Tree& tree, uint16_t minor) {
