@@ -202,6 +202,7 @@ bool in_loop(uint32_t port) {
 
 void print_ports(std::string& out) {
     for (const auto& [number, port] : g_ports) {
+        if (!port.socket) continue;
         std::string device;
         append_quoted(device, port.device);
         state_line(out, "probed port=%u device=%s loop=%d closed=%d", number, device.c_str(),
