@@ -24,16 +24,7 @@ extern "C" {
 
 namespace platform::platformd::enforce {
 
-namespace {
-
-constexpr int kSettleMs = 200;
-constexpr int kObedienceMs = 2000;
-constexpr int kFirstDelayMs = 1000;
-constexpr int kLastDelayMs = 60'000;
-constexpr std::string_view kFilePrefix = "pid.";
-
-using Words = std::vector<std::string>;
-using Clock = std::chrono::steady_clock;
+namespace children {
 
 struct Kept;
 
@@ -49,17 +40,34 @@ struct Timer : uloop_timeout {
 /// A child, from the first wish for it until it has ended and nobody wants it.
 struct Kept {
     std::string name;
-    Words wanted;   ///< none: it is to end
-    Words running;  ///< none: it does not run
+    std::vector<std::string> wanted;   ///< none: it is to end
+    std::vector<std::string> running;  ///< none: it does not run
     base::UniqueFd process;
     Watch watch{};
     Timer timer{};
     bool serves = false;
     bool is_ending = false;
-    Clock::time_point started;
+    std::chrono::steady_clock::time_point started;
     int delay_ms = 0;
     std::string trouble;
 };
+
+}  // namespace children
+
+namespace {
+
+using children::Kept;
+using children::Timer;
+using children::Watch;
+
+constexpr int kSettleMs = 200;
+constexpr int kObedienceMs = 2000;
+constexpr int kFirstDelayMs = 1000;
+constexpr int kLastDelayMs = 60'000;
+constexpr std::string_view kFilePrefix = "pid.";
+
+using Words = std::vector<std::string>;
+using Clock = std::chrono::steady_clock;
 
 std::map<std::string, Kept, std::less<>> g_children;
 

@@ -26,7 +26,7 @@ constexpr uint32_t kAllFields = ~0U;
 constexpr char kResolvers[] = "dns_";
 
 RulesByIndex g_rules;
-/// What each resolver has last been told to read.
+/// What each resolver has read, as far as is known.
 std::map<uint8_t, std::string> g_told;
 /// The rules that answered when the time was last looked at.
 std::vector<uint8_t> g_answering;
@@ -143,6 +143,10 @@ std::vector<uint8_t> answering_now() {
     return answering(g_rules, now);
 }
 
+bool is_answering(uint8_t index) {
+    return std::ranges::find(g_answering, index) != g_answering.end();
+}
+
 void watch_clock();
 
 void on_minute(uloop_timeout*) {
@@ -208,13 +212,14 @@ bool has_file(uint8_t index, const std::string& text) {
     return read_own_file(name) == text || write_own_file(name, text, kForAll);
 }
 
+// One that starts reads its file by itself, and a signal that comes too early would end it.
 void tell(uint8_t index) {
     const auto name = resolver_name(index);
     const auto text = servers_text(g_rules.at(index));
-    if (!enforce::child_serves(name))
-        g_told.erase(index);
-    else if (g_told[index] != text && enforce::signal_child(name, SIGHUP))
-        g_told[index] = text;
+    auto& told = g_told.try_emplace(index, enforce::child_serves(name) ? "" : text).first->second;
+    if (told == text) return;
+    told.clear();
+    if (enforce::signal_child(name, SIGHUP)) told = text;
 }
 
 void remove_files(const std::vector<enforce::Child>& kept) {
@@ -235,6 +240,7 @@ void follow() {
             {name, resolver_words(index, rule, own_path(name), resolver_user(), gateway)});
     }
     enforce::keep_children(kResolvers, resolvers);
+    std::erase_if(g_told, [](const auto& told) { return !is_answering(told.first); });
     for (const auto index : g_answering)
         tell(index);
     remove_files(resolvers);

@@ -9,6 +9,10 @@
 
 namespace platform::platformd::dns_filter {
 
+struct Hours {
+    int begin, end;  ///< minutes of the day
+};
+
 namespace {
 
 constexpr uint8_t kBlackList = 0;
@@ -29,10 +33,6 @@ constexpr int kHourMinutes = 60;
 constexpr int kDayMinutes = 24 * kHourMinutes;
 constexpr int kWeekDays = 7;
 constexpr unsigned kAllDays = (1U << kWeekDays) - 1;  ///< bit 0 is Monday
-
-struct Hours {
-    int begin, end;  ///< minutes of the day
-};
 
 unsigned port_of(uint8_t index) {
     return kFirstPort + index;
