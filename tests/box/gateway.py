@@ -38,7 +38,7 @@ def reset():
     """A gateway as delivered, with a platform that knows nothing yet."""
     if not PRISTINE.exists():
         shutil.copytree(CONFIG, PRISTINE)
-    must("box-service", "stop", "appcfgd", "platformd")
+    must("box-service", "stop", "appcfgd", "platformd", "resolver")
     for path in Path("/run/appcfg").glob("pid.*"):
         command("kill", "-KILL", path.read_text().split()[0])
     must("mount", "-o", "remount,rw", str(CONFIG))

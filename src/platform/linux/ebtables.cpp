@@ -1,13 +1,20 @@
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <string>
 
 #include "base/child.h"
 #include "base/tokens.h"
 #include "platform/include/zu_ebtables.h"
+#include "platform/linux/queue_mark.h"
 
 namespace {
 
 constexpr size_t kMaxRule = 1024;
+
+/// How a rule hands a frame to a forwarding engine's queue, which Linux has not.
+constexpr std::string_view kEngineQueue = " -j cfe --qid ";
 
 // The words of one command; a word that is missing or one too many spoils it.
 class CommandLine {
@@ -34,6 +41,21 @@ CommandLine ebtables(const char* table, const char* op, const char* chain) {
     return line;
 }
 
+/// The rule as Linux knows it: the queue's number goes into the frame's mark, and the frame leaves
+/// the chain, for two numbers in one mark would be a third. Other rules stay as they are.
+std::string for_linux(const char* rule) {
+    const std::string text = rule;
+    const auto at = text.find(kEngineQueue);
+    const auto number = at == text.npos ? "" : text.c_str() + at + kEngineQueue.size();
+    char* end = nullptr;
+    const auto queue = strtoul(number, &end, 10);
+    if (queue == 0 || queue > platform::kLastMarkedQueue || *end != '\0') return text;
+    char mark[64];
+    snprintf(mark, sizeof(mark), " -j mark --mark-or 0x%lx --mark-target RETURN",
+             queue << platform::kQueueMarkShift);
+    return text.substr(0, at) + mark;
+}
+
 }  // namespace
 
 extern "C" int32_t zu_ebtables_newchain(const char* table, const char* chain, const char* policy) {
@@ -45,13 +67,12 @@ extern "C" int32_t zu_ebtables_newchain(const char* table, const char* chain, co
 
 extern "C" int32_t zu_ebtables_rule_op(const char* table, const char* op, const char* chain,
                                        const char* rule) {
-    char words[kMaxRule];
-    if (!rule || strnlen(rule, sizeof(words)) == sizeof(words)) return -1;
-    strcpy(words, rule);
+    if (!rule || strnlen(rule, kMaxRule) == kMaxRule) return -1;
+    auto words = for_linux(rule);
     auto line = ebtables(table, op, chain);
     base::Tokens tokens(words, " \t");
     for (std::string_view word; tokens.next(word);) {
-        words[word.data() + word.size() - words] = '\0';
+        words[static_cast<size_t>(word.data() + word.size() - words.data())] = '\0';
         line.add(word.data());
     }
     return line.run();

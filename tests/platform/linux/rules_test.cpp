@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <netinet/in.h>
 
 #include "platform/linux/services/ip_filter_rules.h"
 #include "platform/linux/services/mac_filter_rules.h"
@@ -73,6 +74,36 @@ TEST(RulesTest, AWhiteListKeepsOthersOutOnlyWhenItNamesSomebody) {
     EXPECT_TRUE(mac_filter::makes_sense({"02:00:00:00:00:0A", {}, kMacKindHost}));
     EXPECT_FALSE(mac_filter::makes_sense({"02:00:00:00:00:0G", {}, kMacKindHost}));
     EXPECT_FALSE(mac_filter::makes_sense({"02:00:00:00:00:0A", {}, 3}));
+}
+
+/// From 10.0.0.1:1000 in the LAN to 192.0.2.5:80.
+constexpr enforce::Connection kWeb{
+    AF_INET, IPPROTO_TCP, {{10, 0, 0, 1}, 1000}, {{192, 0, 2, 5}, 80}};
+
+TEST(RulesTest, RunningConnectionsAreStoppedWhereTheirPacketsWouldBe) {
+    const auto stopped = [](uint32_t type, st_filter_list record, bool from_lan = true,
+                            bool down = false) {
+        const ip_filter::Chain chain{1, type, {record}}, none{};
+        return stops(ip_filter::IpFilter{down ? none : chain, down ? chain : none}, kWeb, from_lan);
+    };
+    const auto black = kIpFilterBlackList, white = kIpFilterWhiteList;
+    for (const auto& hit :
+         {rule(0, "", "", "", ""), rule(1, "192.0.2.6", "192.0.2.5", "10.0.0.1", ""),
+          rule(3, "", "", "", "", {80, 90, 1000, 0}), rule(6, "", "", "", "")}) {
+        EXPECT_TRUE(stopped(black, hit));
+        EXPECT_TRUE(stopped(black, hit, true, true));
+        EXPECT_FALSE(stopped(white, hit));
+    }
+    for (const auto& miss :
+         {rule(2, "", "", "", ""), rule(1, "192.0.2.6", "192.0.2.9", "", ""),
+          rule(0, "", "", "10.0.0.2", ""), rule(0, "", "", "", "", {81, 90}),
+          rule(0, "", "", "", "", {0, 0, 1001, 1002}), rule(0, "::", "ffff::", "", "")}) {
+        EXPECT_FALSE(stopped(black, miss));
+        EXPECT_TRUE(stopped(white, miss));
+        EXPECT_FALSE(stopped(white, miss, true, true));
+        EXPECT_TRUE(stopped(white, miss, false, true));
+    }
+    EXPECT_FALSE(stopped(black, rule(0, "192.0.2.5", "", "", ""), false));
 }
 
 TEST(RulesTest, RatesAndPrioritiesAreWrittenAsTheKernelReadsThem) {

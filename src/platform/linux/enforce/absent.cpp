@@ -1,4 +1,7 @@
+#include "platform/linux/enforce/conntrack.h"
+#include "platform/linux/enforce/links.h"
 #include "platform/linux/enforce/nft.h"
+#include "platform/linux/enforce/tc.h"
 
 namespace platform::platformd::enforce {
 
@@ -14,5 +17,25 @@ bool nft_check(const std::string& text, std::string& error) {
 std::string nft_list(const std::string&, Counters) {
     return {};
 }
+
+bool forget_connections(uint32_t, bool (*)(const Connection&), std::string& error) {
+    return nft_run({}, error);
+}
+
+bool tc_apply(const Trees&, std::string& error) {
+    return nft_run({}, error);
+}
+
+bool tc_release(std::string&) {
+    return true;
+}
+
+void tc_audit(const Trees&, std::string&) {}
+
+bool links_start(void (*)()) {
+    return false;
+}
+
+void links_stop() {}
 
 }  // namespace platform::platformd::enforce

@@ -11,9 +11,12 @@ extern "C" {
 #include <map>
 #include <string_view>
 
+#include "platform/linux/enforce/links.h"
 #include "platform/linux/enforce/marks.h"
 #include "platform/linux/enforce/nft.h"
 #include "platform/linux/enforce/rules.h"
+#include "platform/linux/enforce/shape.h"
+#include "platform/linux/enforce/tc.h"
 #include "platform/linux/enforce/watch.h"
 #include "platform/linux/platformd/memory.h"
 #include "platform/linux/platformd/service.h"
@@ -125,6 +128,13 @@ bool commit_all() {
     return done;
 }
 
+bool shape_all() {
+    std::string error;
+    if (shape_follow(error)) return true;
+    g_error = g_error.empty() ? error : g_error + "; " + error;
+    return false;
+}
+
 // What stays refused is said once.
 void retry_later() {
     static std::string said;
@@ -144,10 +154,11 @@ void apply() {
     g_since = 0;
     if (g_start_over) g_last_repair = now_ms();
     memory_rewrite();
-    const bool done = commit_all();
-    follow_outside();
-    if (!done) return retry_later();
     g_error.clear();
+    const bool ruled = commit_all();
+    const bool shaped = shape_all();
+    follow_outside();
+    if (!ruled || !shaped) return retry_later();
     g_retry_ms = 0;
 }
 
@@ -164,6 +175,11 @@ void repair() {
     g_start_over = true;
     g_since = now_ms();
     set_timer(g_last_repair + kBetweenRepairsMs - g_since);
+}
+
+void devices_changed() {
+    shape_look_again();
+    changed();
 }
 
 /// Of a listing the lines with a counter, each without what surrounds it.
@@ -198,7 +214,7 @@ ServiceRegistration g_registration({.name = "enforcement", .print = print});
 
 bool start(std::string& error) {
     if (!nft_check(tables_as_they_are(), error)) return false;
-    if (!watch_start(repair)) {
+    if (!watch_start(repair) || !links_start(devices_changed)) {
         error = "the kernel does not tell of changes";
         return false;
     }
@@ -239,13 +255,15 @@ bool release(std::string& error) {
         if (owner->service.outside && owner->service.outside->release)
             owner->service.outside->release();
     memory_forget();
-    return nft_run(tables_gone(), error);
+    const bool shaped = tc_release(error);
+    return nft_run(tables_gone(), error) && shaped;
 }
 
 void stop() {
     if (!g_on) return;
     uloop_timeout_cancel(&g_timer);
     watch_stop();
+    links_stop();
     g_on = false;
 }
 

@@ -7,7 +7,7 @@
 #include <map>
 
 #include "platform/linux/audit_line.h"
-#include "platform/linux/enforce/marks.h"
+#include "platform/linux/queue_mark.h"
 
 namespace platform::platformctl {
 
@@ -89,9 +89,7 @@ unsigned long name_profile(std::string& rule, const Profiles& profiles) {
         if (begin == rule.npos) continue;
         const auto number = begin + option.size();
         const auto mark = strtoul(rule.c_str() + number, nullptr, 0);
-        const auto id = mark >> platformd::enforce::kQueueIdShift
-                            ? mark >> platformd::enforce::kQueueIdShift
-                            : mark;
+        const auto id = mark >> kQueueMarkShift;
         const auto found = profiles.find(id);
         if (found == profiles.end()) return 0;
         rule.replace(begin, std::min(rule.find(' ', number), rule.size()) - begin,

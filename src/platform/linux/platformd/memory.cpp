@@ -66,13 +66,13 @@ void memory_append(const char* name, std::span<const uint8_t> record) {
         complain();
 }
 
+// What is initialised first may take the states of other services with it.
 void memory_rewrite() {
     CallList calls;
-    for (auto* owner = ServiceRegistration::first(); owner; owner = owner->next) {
-        if (!owner->service.repeat) continue;
-        if (owner->initialised) calls.add(owner->service.init, {});
-        owner->service.repeat(calls);
-    }
+    for (auto* owner = ServiceRegistration::first(); owner; owner = owner->next)
+        if (owner->service.repeat && owner->initialised) calls.add(owner->service.init, {});
+    for (auto* owner = ServiceRegistration::first(); owner; owner = owner->next)
+        if (owner->service.repeat) owner->service.repeat(calls);
     if (!write_own_file(kFile, calls.text())) complain();
 }
 

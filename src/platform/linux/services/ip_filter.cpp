@@ -1,4 +1,8 @@
+#include <ifaddrs.h>
+#include <netinet/in.h>
+
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 
 #include "platform/linux/platformd/service.h"
@@ -99,6 +103,49 @@ void render(enforce::RuleText& text) {
     render(g_filter, text);
 }
 
+/// The bytes of an address; null if it is not of the family.
+const uint8_t* bytes_of(const sockaddr* address, int family) {
+    if (!address || address->sa_family != family) return nullptr;
+    if (family == AF_INET)
+        return reinterpret_cast<const uint8_t*>(
+            &reinterpret_cast<const sockaddr_in*>(address)->sin_addr);
+    return reinterpret_cast<const sockaddr_in6*>(address)->sin6_addr.s6_addr;
+}
+
+/// Whether the end is in one of br-lan's networks.
+bool is_in_lan(const ifaddrs* addresses, int family, const enforce::End& end) {
+    const size_t size = family == AF_INET ? sizeof(in_addr) : sizeof(in6_addr);
+    for (; addresses; addresses = addresses->ifa_next) {
+        const auto* own = bytes_of(addresses->ifa_addr, family);
+        const auto* mask = bytes_of(addresses->ifa_netmask, family);
+        if (!own || !mask || strcmp(addresses->ifa_name, enforce::kLanBridge) != 0) continue;
+        size_t same = 0;
+        while (same < size && ((own[same] ^ end.address[same]) & mask[same]) == 0)
+            ++same;
+        if (same == size) return true;
+    }
+    return false;
+}
+
+ifaddrs* g_addresses;
+
+bool is_stopped(const enforce::Connection& connection) {
+    return stops(g_filter, connection, is_in_lan(g_addresses, connection.family, connection.from));
+}
+
+// What was offloaded under the rules before passes no rule any more.
+void stop_offloaded() {
+    static std::string judged;
+    enforce::RuleText text;
+    render(text);
+    if (text.text() == judged || getifaddrs(&g_addresses) != 0) return;
+    judged = text.text();
+    std::string error;
+    if (!judged.empty() && !enforce::forget_connections(enforce::kOffloaded, is_stopped, error))
+        fprintf(stderr, "platformd: what is offloaded goes on: %s\n", error.c_str());
+    freeifaddrs(g_addresses);
+}
+
 void repeat(CallList& calls) {
     calls.add(kIpFilterSet, {.up_filter_en = g_filter.up.enabled,
                              .dn_filter_en = g_filter.down.enabled,
@@ -112,6 +159,7 @@ void repeat(CallList& calls) {
 
 constexpr enforce::OwnedChain kChains[] = {kBase, kUp, kDown};
 constexpr enforce::Rules kRules{.chains = kChains, .render = render};
+constexpr enforce::Outside kOutside{.follow = stop_offloaded};
 
 constexpr ServiceCall kCalls[] = {
     service_call<set>(kIpFilterSet),
@@ -128,6 +176,7 @@ ServiceRegistration g_registration({.name = "ip_filter",
                                     .print = print,
                                     .told = told,
                                     .rules = &kRules,
+                                    .outside = &kOutside,
                                     .repeat = repeat});
 
 }  // namespace platform::platformd::ip_filter

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "platform/include/records/ip_filter.h"
+#include "platform/linux/enforce/conntrack.h"
 #include "platform/linux/enforce/marks.h"
 #include "platform/linux/enforce/rules.h"
 
@@ -31,5 +32,9 @@ inline constexpr enforce::OwnedChain kUp{enforce::Family::Inet, "ip_filter_up"};
 inline constexpr enforce::OwnedChain kDown{enforce::Family::Inet, "ip_filter_down"};
 
 void render(const IpFilter& filter, enforce::RuleText& text);
+
+/// Whether these rules would stop the connection's packets in either direction; `from_lan` says at
+/// which end of it the LAN is.
+bool stops(const IpFilter& filter, const enforce::Connection& connection, bool from_lan);
 
 }  // namespace platform::platformd::ip_filter

@@ -149,4 +149,13 @@ std::string lan_port(uint32_t number) {
     return number < members.size() ? members[number] : std::string();
 }
 
+std::string wlan(uint32_t number) {
+    const auto port = uint64_t{kRadio24Port} << std::min(number, 32U);
+    for (const auto& [name, known] : g_interfaces)
+        if (known.if_role == kInterfaceLan && known.alport == port) return name;
+    auto members = bridge_members();
+    std::erase_if(members, [](const std::string& name) { return !name.starts_with("wlan"); });
+    return number < members.size() ? members[number] : std::string();
+}
+
 }  // namespace platform::platformd::netif

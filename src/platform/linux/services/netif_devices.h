@@ -15,4 +15,7 @@ std::vector<std::string> wan_devices();
 /// The device of the LAN port with that number, from 0; empty when there is none.
 std::string lan_port(uint32_t number);
 
+/// The same of the wireless networks.
+std::string wlan(uint32_t number);
+
 }  // namespace platform::platformd::netif

@@ -1,13 +1,14 @@
-#include "platform/include/records/qos.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <map>
-#include <vector>
 
 #include "platform/linux/platformd/service.h"
+#include "platform/linux/services/netif_devices.h"
+#include "platform/linux/services/qos_limits.h"
 #include "platform/linux/services/qos_profiles.h"
+#include "platform/linux/services/qos_rules.h"
+#include "platform/linux/services/qos_shape.h"
+#include "platform/linux/services/qos_state.h"
 #include "platform/linux/services/qos_text.h"
 
 // What is not held needs no removing: the service is set up anew by itself, and while QoS is off it
@@ -15,36 +16,10 @@
 
 namespace platform::platformd::qos {
 
-constexpr size_t kQueues = 8;
 constexpr size_t kMaxFlows = 256;
 constexpr size_t kMaxNamed = 64;
 
 constexpr uint32_t kHighestPort = 65535;
-
-struct Direction {
-    const char* name;
-    uint32_t queue_port;      ///< `ui_port` of its queues
-    uint32_t flow_direction;  ///< `em_direction` of its flows
-    zu_sal_qos_queue_attr_s queues[kQueues];
-    std::vector<zu_sal_qos_flow_queue_s> flows;
-    st_smart_qos_profile smart;
-};
-
-struct Qos {
-    zu_sal_qos_uplink_s uplink;
-    st_downlink_qos downlink;
-    Direction directions[2] = {{"upstream", kWanPort, kUpstream, {}, {}, {}},
-                               {"downlink", 0, kDownlink, {}, {}, {}}};
-    std::map<std::string, uint32_t> apps;  // queues by the names of applications
-    std::map<uint32_t, zu_qos_item_attr_s> items;
-    zu_sal_qos_dslimited_s limits;
-    std::map<std::string, st_interface_speed> speeds;
-    st_tr069_identify tr069;
-    st_voip_identify voip;
-
-    Direction& up() { return directions[0]; }
-    Direction& down() { return directions[1]; }
-};
 
 Qos g_qos{};
 
@@ -55,13 +30,6 @@ void reset() {
 
 bool is_switch(uint32_t value) {
     return value <= 1;
-}
-
-/// Empty for a text that is too long to be one.
-template <size_t Size>
-std::string text_of(const char (&text)[Size]) {
-    const auto length = strnlen(text, Size);
-    return {text, length < Size ? length : 0};
 }
 
 int32_t uplink_set(zu_sal_qos_uplink_s& uplink) {
@@ -214,7 +182,17 @@ void print_direction(std::string& out, const Direction& direction) {
         state_line(out, "%s smart rate=%u", direction.name, direction.smart.rate_limit);
 }
 
-void print(std::string& out) {
+constexpr Devices kDevices{netif::lan_port, netif::wlan};
+
+void print_left_out(std::string& out) {
+    enforce::RuleText rules;
+    LeftOut left_out;
+    render(g_qos, kDevices, rules, left_out);
+    for (const auto& line : left_out)
+        state_line(out, "%s%s", kNotEnforced, line.c_str());
+}
+
+void print_told(std::string& out) {
     print_uplink(out, g_qos.uplink);
     const auto& down = g_qos.downlink;
     state_line(out, "downlink enable=%u bandwidth=%u force_weight=%u", down.ui_enable,
@@ -233,6 +211,66 @@ void print(std::string& out) {
         state_line(out, "voip control_dscp=%u data_dscp=%u", g_qos.voip.st_ctrl.ui_dscp,
                    g_qos.voip.st_data[0].ui_dscp);
 }
+
+// What is enforced depends on the devices, too.
+void print(std::string& out) {
+    print_told(out);
+    print_left_out(out);
+}
+
+void render(enforce::RuleText& text) {
+    LeftOut said;
+    render(g_qos, kDevices, text, said);
+}
+
+void shape(enforce::Trees& trees) {
+    shape(g_qos, trees);
+    shape_limits(g_qos.limits, kDevices, trees);
+}
+
+/// Adds a call unless it would change nothing in an empty state.
+template <class Record>
+void add_setting(CallList& calls, const Call<Record>& call, const Record& record) {
+    const Record empty{};
+    if (memcmp(&record, &empty, sizeof(record)) != 0) calls.add(call, record);
+}
+
+void repeat_direction(CallList& calls, const Direction& direction) {
+    for (const auto& queue : direction.queues)
+        add_setting(calls, kQosQueueSet, queue);
+    for (const auto& flow : direction.flows)
+        calls.add(kQosFlowSet, flow);
+}
+
+void repeat_named(CallList& calls) {
+    for (const auto& [name, queue] : g_qos.apps) {
+        zu_sal_qos_apps_queue_s app{};
+        name.copy(app.ac_app_name, sizeof(app.ac_app_name));
+        app.ui_queue = queue;
+        calls.add(kQosAppSet, app);
+    }
+    for (const auto& [index, item] : g_qos.items)
+        calls.add(kQosItemSet, item);
+    for (const auto& [name, speed] : g_qos.speeds)
+        calls.add(kInterfaceSpeedSet, speed);
+}
+
+void repeat(CallList& calls) {
+    add_setting(calls, kTr069IdentifySet, g_qos.tr069);
+    add_setting(calls, kVoipIdentifySet, g_qos.voip);
+    add_setting(calls, kQosUplinkSet, g_qos.uplink);
+    add_setting(calls, kQosDownlinkSet, g_qos.downlink);
+    for (const auto& direction : g_qos.directions)
+        repeat_direction(calls, direction);
+    repeat_named(calls);
+    add_setting(calls, kQosFlowLimitSet, g_qos.limits);
+    add_setting(calls, kSmartQosUpstreamSet, g_qos.up().smart);
+    add_setting(calls, kSmartQosDownstreamSet, g_qos.down().smart);
+}
+
+constexpr enforce::OwnedChain kChains[] = {kFrames,    kQueuedUp,    kQueuedDown,
+                                           kLimitedUp, kFromGateway, kLimitedDown};
+constexpr enforce::Rules kRules{.chains = kChains, .render = render};
 
 constexpr ServiceCall kCalls[] = {
     service_call<uplink_set>(kQosUplinkSet),
@@ -257,6 +295,9 @@ ServiceRegistration g_registration({.name = "qos",
                                     .reset = reset,
                                     .calls = kCalls,
                                     .print = print,
-                                    .told = print});
+                                    .told = print_told,
+                                    .rules = &kRules,
+                                    .shape = shape,
+                                    .repeat = repeat});
 
 }  // namespace platform::platformd::qos

@@ -1,17 +1,14 @@
 #include "platform/linux/services/qos_profiles.h"
 
 #include <algorithm>
-#include <vector>
 
-#include "platform/include/records/qos.h"
 #include "platform/linux/platformd/service.h"
+#include "platform/linux/queue_mark.h"
+#include "platform/linux/services/qos_profiles_rules.h"
 
 namespace platform::platformd::qos_profiles {
 
-// The forwarding engine has 128 queues for profiles; the first takes what has no profile.
-constexpr uint32_t kLastId = 127;
-
-std::vector<st_qos_profile> g_profiles;  // in order of their ids
+Profiles g_profiles;
 
 void reset() {
     g_profiles.clear();
@@ -24,10 +21,10 @@ auto first_gap() {
         g_profiles, [&expected](const st_qos_profile& held) { return held.id != ++expected; });
 }
 
-// Two rates of 0 would be a profile that lets nothing through.
+// A rate of 0 would be a profile that lets nothing through.
 int32_t profile_set(st_qos_profile& profile) {
-    if (profile.id != 0 || (profile.first_rate == 0 && profile.second_rate == 0)) return -1;
-    if (g_profiles.size() == kLastId) return -1;
+    if (profile.id != 0 || profile.first_rate == 0) return -1;
+    if (g_profiles.size() == kLastMarkedQueue) return -1;
     const auto gap = first_gap();
     profile.id = static_cast<uint32_t>(gap - g_profiles.begin()) + 1;
     g_profiles.insert(gap, profile);
@@ -46,12 +43,46 @@ void print(std::string& out) {
         state_record(out, "profile", kQosProfileLayout, &profile);
 }
 
+void render(enforce::RuleText& text) {
+    render(g_profiles, text);
+}
+
+void shape(enforce::Trees& trees) {
+    shape(g_profiles, trees);
+}
+
+// Ids are handed out from the lowest free one: gaps are filled, and emptied when all have theirs.
+void repeat(CallList& calls) {
+    std::vector<st_qos_profile> fillers;
+    uint32_t last = 0;
+    for (auto profile : g_profiles) {
+        for (auto filler = profile; ++last < profile.id;) {
+            filler.id = 0;
+            calls.add(kQosProfileSet, filler);
+            filler.id = last;
+            fillers.push_back(filler);
+        }
+        profile.id = 0;
+        calls.add(kQosProfileSet, profile);
+    }
+    for (const auto& filler : fillers)
+        calls.add(kQosProfileDel, filler);
+}
+
+constexpr enforce::OwnedChain kChains[] = {kHostUp, kHostOut, kHostDown};
+constexpr enforce::Rules kRules{.chains = kChains, .render = render};
+
 constexpr ServiceCall kCalls[] = {
     service_call<profile_set>(kQosProfileSet),
     service_call<profile_del>(kQosProfileDel),
 };
 
-ServiceRegistration g_registration(
-    {.name = "qos_profiles", .calls = kCalls, .print = print, .told = print});
+ServiceRegistration g_registration({.name = "qos_profiles",
+                                    .calls = kCalls,
+                                    .print = print,
+                                    .told = print,
+                                    .rules = &kRules,
+                                    .shape = shape,
+                                    .repeat = repeat});
 
 }  // namespace platform::platformd::qos_profiles

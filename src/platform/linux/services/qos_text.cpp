@@ -6,18 +6,9 @@
 
 #include "platform/linux/platformd/service.h"
 #include "platform/linux/record_text.h"
+#include "platform/linux/services/qos_traffic.h"
 
 namespace platform::platformd::qos {
-
-struct Traffic {
-    uint32_t mode;
-    const char* name;
-};
-
-constexpr Traffic kTraffic[] = {
-    {kTrafficTr069, "tr069"}, {kTrafficVoip, "voip"}, {kTrafficUnknown, "unknown"},
-    {kTrafficOther, "other"}, {kTrafficIptv, "iptv"}, {kTrafficOtt, "ott"},
-};
 
 /// Members of a packet by `em_type`; a class of another type matches nothing.
 constexpr const char* kMembers[] = {
@@ -50,12 +41,6 @@ constexpr uint32_t kSsids = 4;
 
 std::string number(uint32_t value) {
     return std::to_string(value);
-}
-
-std::string traffic_name(uint32_t mode) {
-    for (const auto& [known, name] : kTraffic)
-        if (mode == known) return name;
-    return number(mode);
 }
 
 void print_uplink(std::string& out, const zu_sal_qos_uplink_s& uplink) {
