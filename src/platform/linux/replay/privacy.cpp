@@ -24,11 +24,13 @@ struct Place {
     const char* files;
 };
 
+constexpr char kRun[] = "/var/run";
+
 constexpr Place kPlaces[] = {
     {"/etc/config", ""},
     {"/config/work/valueset", "dnsfilter_hostlist"},
     {"/tmp", nullptr},
-    {"/var/run", nullptr},
+    {kRun, nullptr},
 };
 
 bool is_wanted(const dirent& entry, const char* files) {
@@ -81,7 +83,8 @@ bool retreat() {
     if (mount("", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) return false;
     for (const auto& place : kPlaces)
         if (!copy_place(place)) return false;
-    return true;
+    // Where /var is /tmp it is hidden by now, and tools keep their locks there.
+    return mkdir(kRun, 0755) == 0 || errno == EEXIST;
 }
 
 }  // namespace platform::replay
