@@ -38,6 +38,7 @@ size_t package_size(const char* package) {
 double time_of(const Figure& figure, BusClient& bus) {
     usleep(figure.quiet_ms * 1000);
     if (figure.rules > 0) return until_in_force(bus, figure.timed);
+    if (figure.queues) return until_in_force(bus, figure.timed, InForce::Queues);
     if (figure.entry) return ipc_call(figure.entry, figure.record_size);
     return figure.batch ? uci_batch(figure.batch) : bus.time(figure.timed);
 }
@@ -76,6 +77,7 @@ Floor floor_of(const Figure& figure, BusClient& bus) {
         floor.commands += sum(needed.times, [&] { return command(needed.argv); });
     floor.pause = figure.pause_ms * 1000.0;
     if (figure.rules > 0) floor.kernel = rules_transaction(figure.rules);
+    if (figure.queues) floor.kernel = class_change();
     return floor;
 }
 
@@ -168,7 +170,8 @@ int main(int argc, char** argv) {
     bus.wait_for("bench", true);
     std::printf("%-36s %10s %10s %8s\n", "figure", "us", "floor us", "ratio");
     for (const Figure& figure : figures())
-        if (figure.name.find(wanted) != std::string::npos && (figure.rules == 0 || is_enforced()))
+        if (figure.name.find(wanted) != std::string::npos &&
+            ((figure.rules == 0 && !figure.queues) || is_enforced()))
             measure(figure, bus);
     return 0;
 }

@@ -5,6 +5,7 @@
 #include <linux/netfilter/nf_tables.h>
 #include <linux/netfilter/nfnetlink.h>
 #include <linux/netlink.h>
+#include <linux/rtnetlink.h>
 #include <sched.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -15,6 +16,7 @@
 #include <cstring>
 #include <fstream>
 
+#include "platform/linux/enforce/kernel/queues.h"
 #include "platform/linux/enforce/nft.h"
 #include "platform/linux/services/ip_filter_rules.h"
 #include "stopwatch.h"
@@ -32,40 +34,41 @@ constexpr uint16_t kDiscardPort = 9;
     std::exit(1);
 }
 
-/// A socket that the kernel tells of each transaction.
-int listener() {
-    static const int fd = [] {
-        const int made = socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_NETFILTER);
-        const int group = NFNLGRP_NFTABLES, room = 1 << 22;
-        const timeval patience{.tv_sec = 10, .tv_usec = 0};
-        sockaddr_nl address{};
-        address.nl_family = AF_NETLINK;
-        if (bind(made, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 ||
-            setsockopt(made, SOL_NETLINK, NETLINK_ADD_MEMBERSHIP, &group, sizeof(group)) != 0)
-            give_up("nftables", std::strerror(errno));
-        setsockopt(made, SOL_SOCKET, SO_RCVBUFFORCE, &room, sizeof(room));
-        setsockopt(made, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience));
-        return made;
-    }();
-    return fd;
+/// What the kernel tells, and the message by which something is done.
+struct News {
+    int protocol;
+    int group;
+    uint16_t done;
+};
+constexpr News kTransactions{NETLINK_NETFILTER, NFNLGRP_NFTABLES,
+                             NFNL_SUBSYS_NFTABLES << 8 | NFT_MSG_NEWGEN};
+constexpr News kClassChanges{NETLINK_ROUTE, RTNLGRP_TC, RTM_NEWTCLASS};
+
+/// A socket that is told from now on.
+int listener(const News& news) {
+    const int made = socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, news.protocol);
+    const int room = 1 << 22;
+    const timeval patience{.tv_sec = 10, .tv_usec = 0};
+    sockaddr_nl address{};
+    address.nl_family = AF_NETLINK;
+    if (bind(made, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 ||
+        setsockopt(made, SOL_NETLINK, NETLINK_ADD_MEMBERSHIP, &news.group, sizeof(news.group)) != 0)
+        give_up("the kernel does not tell", std::strerror(errno));
+    setsockopt(made, SOL_SOCKET, SO_RCVBUFFORCE, &room, sizeof(room));
+    setsockopt(made, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience));
+    return made;
 }
 
-/// Waits for the next messages; true when a transaction ends in them.
-bool transaction_ends() {
+/// Waits for the next messages; true when it is done with them.
+bool is_done(int fd, const News& news) {
     alignas(nlmsghdr) static char buffer[1 << 15];
-    const auto size = recv(listener(), buffer, sizeof(buffer), 0);
-    if (size < 0) give_up("no transaction", std::strerror(errno));
+    const auto size = recv(fd, buffer, sizeof(buffer), 0);
+    if (size < 0) give_up("nothing is done", std::strerror(errno));
     const auto* message = reinterpret_cast<const nlmsghdr*>(buffer);
     for (auto left = static_cast<int>(size); left > 0 && NLMSG_OK(message, left);
          message = NLMSG_NEXT(message, left))
-        if (NFNL_MSG_TYPE(message->nlmsg_type) == NFT_MSG_NEWGEN) return true;
+        if (message->nlmsg_type == news.done) return true;
     return false;
-}
-
-void drain() {
-    char byte;
-    while (recv(listener(), &byte, 1, MSG_DONTWAIT | MSG_TRUNC) > 0 || errno == ENOBUFS)
-        continue;
 }
 
 ip_filter::IpFilter g_filter;
@@ -134,13 +137,31 @@ bool is_enforced() {
     return enforce::nft_check(enforce::tables_as_they_are(), error);
 }
 
-double until_in_force(BusClient& bus, const BusCall& call) {
-    drain();
+double until_in_force(BusClient& bus, const BusCall& call, InForce what) {
+    const auto& news = what == InForce::Rules ? kTransactions : kClassChanges;
+    const int fd = listener(news);
     const Stopwatch watch;
     bus.call(call);
-    while (!transaction_ends())
+    while (!is_done(fd, news))
         continue;
-    return watch.microseconds();
+    const double spent = watch.microseconds();
+    close(fd);
+    return spent;
+}
+
+double class_change() {
+    constexpr int kLoopback = 1;
+    constexpr auto kPlace = static_cast<enforce::Place>(0xbe00);  // none of platformd's
+    enforce::QueueClass wanted{.minor = 1, .parent = 0, .rate = 1000, .ceil = 1000};
+    if (enforce::queues::add_root(kLoopback, kPlace, 0) < 0 ||
+        enforce::queues::set_class(kLoopback, kPlace, wanted) < 0)
+        give_up("queues", "none on the loopback device");
+    wanted.rate = wanted.ceil = 2000;
+    const Stopwatch watch;
+    enforce::queues::set_class(kLoopback, kPlace, wanted);
+    const double spent = watch.microseconds();
+    enforce::queues::delete_root(kLoopback, kPlace);
+    return spent;
 }
 
 double rules_transaction(int rules) {

@@ -7,11 +7,16 @@
 /// Whether there is a kernel that can be told; if not, none of the others works.
 bool is_enforced();
 
-/// Microseconds of a call, from its beginning until the kernel has new rules.
-double until_in_force(BusClient& bus, const BusCall& call);
+enum class InForce { Rules, Queues };
+
+/// Microseconds of a call, from its beginning until the kernel has new rules, or a changed class.
+double until_in_force(BusClient& bus, const BusCall& call, InForce what = InForce::Rules);
 
 /// Microseconds in which the kernel takes that many IP filter rules in place of others.
 double rules_transaction(int rules);
+
+/// Microseconds in which the kernel gives a class another rate.
+double class_change();
 
 /// Packets of the smallest size that the gateway forwards in a second, from a host to the provider.
 double forwarding_rate();

@@ -33,6 +33,7 @@ struct Figure {
     std::vector<Command> commands = {};   ///< programs that it runs
     int pause_ms = 0;                     ///< that platformd waits for more calls
     int rules = 0;  ///< of the IP filter; where there are any, it counts until they are in force
+    bool queues = false;  ///< it counts until they are in force
     int rounds = 101;
 };
 

@@ -93,7 +93,7 @@ class Walk {
                         std::vector<HeldClass>& held);
     bool follow_class(Place place, const QueueClass& wanted, const Device& device,
                       const std::vector<HeldClass>& held);
-    void follow_leaf(Place place, const QueueClass& wanted, const Device& device, bool is_new);
+    void follow_leaf(Place place, const QueueClass& wanted, const Device& device, bool measure);
     void set_frames(const Device& device, bool slow);
     void follow_frames();
     void add_redirects();
@@ -264,8 +264,8 @@ void Walk::follow_classes(Place place, const Tree& tree, const Device& device) {
         return hopeless(device.name + ": " + nl_geterror(result));
     remove_classes(place, tree, device, held);
     for (const auto& wanted : tree.classes) {
-        const bool is_new = follow_class(place, wanted, device, held);
-        if (is_leaf(wanted.minor, tree)) follow_leaf(place, wanted, device, is_new);
+        const bool measure = follow_class(place, wanted, device, held);
+        if (is_leaf(wanted.minor, tree)) follow_leaf(place, wanted, device, measure);
     }
 }
 
@@ -288,30 +288,30 @@ void Walk::remove_classes(Place place, const Tree& tree, const Device& device,
     }
 }
 
-/// Whether the class has been made or changed.
+/// Whether what waits behind the class has to be measured anew.
 bool Walk::follow_class(Place place, const QueueClass& wanted, const Device& device,
                         const std::vector<HeldClass>& held) {
-    const auto found = std::ranges::find(held, wanted.minor, &QueueClass::minor);
+    const auto found = std::ranges::find(held, wanted.minor, &HeldClass::minor);
     const char* name = device.name.c_str();
     const auto major = static_cast<unsigned>(place);
-    if (found != held.end() && found->rate == wanted.rate && found->ceil == wanted.ceil &&
-        found->quantum == wanted.quantum)
-        return false;
-    const bool mends =
-        found == held.end()
-            ? differs("%s: no class %x:%x", name, major, wanted.minor)
-            : differs("%s: class %x:%x rate=%u ceil=%u quantum=%u instead of %u %u %u", name, major,
-                      wanted.minor, found->rate, found->ceil, found->quantum, wanted.rate,
-                      wanted.ceil, wanted.quantum);
-    return !mends || did(queues::set_class(device.index, place, wanted));
+    if (found == held.end())
+        return !differs("%s: no class %x:%x", name, major, wanted.minor) ||
+               did(queues::set_class(device.index, place, wanted));
+    if (found->rate != wanted.rate || found->ceil != wanted.ceil ||
+        found->quantum != wanted.quantum)
+        if (differs("%s: class %x:%x rate=%u ceil=%u quantum=%u instead of %u %u %u", name, major,
+                    wanted.minor, found->rate, found->ceil, found->quantum, wanted.rate,
+                    wanted.ceil, wanted.quantum))
+            did(queues::set_class(device.index, place, wanted));
+    return found->ceil != wanted.ceil;
 }
 
-void Walk::follow_leaf(Place place, const QueueClass& wanted, const Device& device, bool is_new) {
+void Walk::follow_leaf(Place place, const QueueClass& wanted, const Device& device, bool measure) {
     const auto parent = queues::handle(place, wanted.minor);
     const bool has_leaf = std::ranges::any_of(picture_.qdiscs, [&](const Qdisc& qdisc) {
         return qdisc.device == device.index && qdisc.parent == parent;
     });
-    if (is_new ? !mends_ : has_leaf) return;
+    if (measure ? !mends_ : has_leaf) return;
     if (differs("%s: class %x:%x has no queue of its own", device.name.c_str(),
                 static_cast<unsigned>(place), wanted.minor))
         did(queues::set_leaf(device.index, place, wanted));
