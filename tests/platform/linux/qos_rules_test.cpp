@@ -14,7 +14,8 @@ using namespace platform::platformd::qos;
 namespace {
 
 constexpr Devices kDevices{[](uint32_t number) { return "eth" + std::to_string(number); },
-                           [](uint32_t) { return std::string("no device\" accept"); }};
+                           [](uint32_t) { return std::string("no device\" accept"); },
+                           [](const std::string& name) { return name.starts_with("wan"); }};
 
 zu_sal_qos_flow_queue_s flow(uint32_t type, uint32_t min, uint32_t max, uint32_t protocols = 0) {
     zu_sal_qos_flow_queue_s record{};
@@ -123,7 +124,7 @@ zu_sal_qos_queue_attr_s queue(uint32_t number, uint32_t plan, uint32_t weight, u
 /// "MINOR rate-ceil priority quantum", the class of the whole line left out.
 std::string leaves(const Qos& qos, enforce::Place place = enforce::Place::Wan) {
     enforce::Trees trees;
-    shape(qos, trees);
+    shape(qos, kDevices, trees);
     std::ostringstream text;
     for (const auto& leaf : trees[place].classes)
         if (leaf.parent == 0)
@@ -174,10 +175,14 @@ TEST(QosRulesTest, ASmartProfileIsALimitOfTheWholeLine) {
     qos.uplink.ui_band_width = 0;
     qos.up().smart.rate_limit = UINT32_MAX;
     EXPECT_TRUE(leaves(qos).starts_with("4294967295:"));
+    qos.speeds = {{"wan0", {"", {700, 800}}}, {"wan1", {"", {0, 900}}}, {"eth0", {"", {1, 1}}}};
+    EXPECT_TRUE(leaves(qos).starts_with("700:")) << "what the line can do";
     qos.uplink.ui_enable = 0;
     EXPECT_EQ("", leaves(qos));
     qos.down().smart.rate_limit = 2;
     EXPECT_EQ("1024: 8=8-1024 7 1600;", leaves(qos, enforce::Place::Lan));
+    qos.downlink.ui_enable = 1;
+    EXPECT_EQ("800: 8=8-800 7 1600;", leaves(qos, enforce::Place::Lan));
 }
 
 /// The rules without the words that all of them have, then what is left out.

@@ -182,7 +182,11 @@ void print_direction(std::string& out, const Direction& direction) {
         state_line(out, "%s smart rate=%u", direction.name, direction.smart.rate_limit);
 }
 
-constexpr Devices kDevices{netif::lan_port, netif::wlan};
+bool is_wan(const std::string& name) {
+    return std::ranges::count(netif::wan_devices(), name) > 0;
+}
+
+constexpr Devices kDevices{netif::lan_port, netif::wlan, is_wan};
 
 void print_left_out(std::string& out) {
     enforce::RuleText rules;
@@ -254,7 +258,7 @@ void render(enforce::RuleText& text) {
 }
 
 void shape(enforce::Trees& trees) {
-    shape(g_qos, trees);
+    shape(g_qos, kDevices, trees);
     shape_limits(g_qos.limits, kDevices, trees);
 }
 

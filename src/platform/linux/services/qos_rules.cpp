@@ -180,9 +180,10 @@ void render(const Qos& qos, const Devices& devices, enforce::RuleText& text, Lef
     if (qos.downlink.ui_enable == 1) render_down(qos, devices, text, left_out);
     render_limits(qos.limits, devices, text, left_out);
     for (const auto& [name, speed] : qos.speeds) {
+        if (devices.is_wan(name)) continue;
         std::string line = "speed of ";
         append_quoted(line, name);
-        left_out.push_back(line + ": what an interface can do is not limited here");
+        left_out.push_back(line + ": it does not lead to the provider");
     }
 }
 
