@@ -109,8 +109,8 @@ bool commit(const std::string& tables, const Texts& texts) {
     return true;
 }
 
-// What the kernel refuses one service must not keep the others from theirs. Each comes with all
-// that were taken before it, for the tables may be emptied in front.
+// What the kernel refuses one service must not keep the others from theirs, and is to be said by
+// its name. Each comes with all that were taken before it, for the tables may be emptied in front.
 bool commit_one_by_one(const std::string& tables, const Texts& texts) {
     std::string error;
     Texts taken;
@@ -131,8 +131,7 @@ bool commit_all() {
     const auto texts = differences();
     if (texts.empty() && !g_start_over) return true;
     const auto tables = g_start_over ? tables_emptied() : tables_as_they_are();
-    const bool done =
-        commit(tables, texts) || (texts.size() > 1 && commit_one_by_one(tables, texts));
+    const bool done = commit(tables, texts) || commit_one_by_one(tables, texts);
     g_start_over = g_start_over && !done && g_in_force.empty();
     return done;
 }
