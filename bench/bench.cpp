@@ -77,7 +77,6 @@ Floor floor_of(const Figure& figure, BusClient& bus) {
         floor.commands += sum(needed.times, [&] { return command(needed.argv); });
     floor.pause = figure.pause_ms * 1000.0;
     if (figure.rules > 0) floor.kernel = rules_transaction(figure.rules);
-    if (figure.queues) floor.kernel = class_change();
     return floor;
 }
 

@@ -16,7 +16,6 @@
 #include <cstring>
 #include <fstream>
 
-#include "platform/linux/enforce/kernel/queues.h"
 #include "platform/linux/enforce/nft.h"
 #include "platform/linux/services/ip_filter_rules.h"
 #include "stopwatch.h"
@@ -146,21 +145,6 @@ double until_in_force(BusClient& bus, const BusCall& call, InForce what) {
         continue;
     const double spent = watch.microseconds();
     close(fd);
-    return spent;
-}
-
-double class_change() {
-    constexpr int kLoopback = 1;
-    constexpr auto kPlace = static_cast<enforce::Place>(0xbe00);  // none of platformd's
-    enforce::QueueClass wanted{.minor = 1, .parent = 0, .rate = 1000, .ceil = 1000};
-    if (enforce::queues::add_root(kLoopback, kPlace, 0) < 0 ||
-        enforce::queues::set_class(kLoopback, kPlace, wanted) < 0)
-        give_up("queues", "none on the loopback device");
-    wanted.rate = wanted.ceil = 2000;
-    const Stopwatch watch;
-    enforce::queues::set_class(kLoopback, kPlace, wanted);
-    const double spent = watch.microseconds();
-    enforce::queues::delete_root(kLoopback, kPlace);
     return spent;
 }
 

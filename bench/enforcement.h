@@ -15,8 +15,5 @@ double until_in_force(BusClient& bus, const BusCall& call, InForce what = InForc
 /// Microseconds in which the kernel takes that many IP filter rules in place of others.
 double rules_transaction(int rules);
 
-/// Microseconds in which the kernel gives a class another rate.
-double class_change();
-
 /// Packets of the smallest size that the gateway forwards in a second, from a host to the provider.
 double forwarding_rate();

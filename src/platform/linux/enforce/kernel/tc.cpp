@@ -39,6 +39,16 @@ std::vector<std::string> devices_of(Place place) {
     return {place == Place::Lan ? kLanBridge : ifb_of(place)};
 }
 
+const Device* find(const Picture& picture, const std::string& name) {
+    const auto found = std::ranges::find(picture.devices, name, &Device::name);
+    return found == picture.devices.end() ? nullptr : &*found;
+}
+
+const Device* find(const Picture& picture, int index) {
+    const auto found = std::ranges::find(picture.devices, index, &Device::index);
+    return found == picture.devices.end() ? nullptr : &*found;
+}
+
 bool is_foreign(const Qdisc* root, Place place) {
     return root && (root->kind != "htb" || root->handle != queues::handle(place));
 }
@@ -75,8 +85,6 @@ class Walk {
     void hopeless(const std::string& what);
     bool look();
 
-    const Device* find(const std::string& name) const;
-    const Device* find(int index) const;
     const Qdisc* root_of(const Device& device) const;
     bool takes_filters_in_only(const Device& device) const;
     std::vector<Redirect> wanted_redirects() const;
@@ -141,16 +149,6 @@ bool Walk::look() {
     return false;
 }
 
-const Device* Walk::find(const std::string& name) const {
-    const auto found = std::ranges::find(picture_.devices, name, &Device::name);
-    return found == picture_.devices.end() ? nullptr : &*found;
-}
-
-const Device* Walk::find(int index) const {
-    const auto found = std::ranges::find(picture_.devices, index, &Device::index);
-    return found == picture_.devices.end() ? nullptr : &*found;
-}
-
 /// Not the kernel's own.
 const Qdisc* Walk::root_of(const Device& device) const {
     for (const auto& qdisc : picture_.qdiscs)
@@ -168,9 +166,9 @@ bool Walk::takes_filters_in_only(const Device& device) const {
 // What leads to a device that is down drops every packet.
 std::vector<Redirect> Walk::wanted_redirects() const {
     std::vector<Redirect> wanted;
-    const auto* lan = find(kLanBridge);
-    const auto* up = trees_.contains(Place::HostsUp) ? find("ifb-up") : nullptr;
-    const auto* down = trees_.contains(Place::HostsDown) ? find("ifb-dn") : nullptr;
+    const auto* lan = find(picture_, kLanBridge);
+    const auto* up = trees_.contains(Place::HostsUp) ? find(picture_, "ifb-up") : nullptr;
+    const auto* down = trees_.contains(Place::HostsDown) ? find(picture_, "ifb-dn") : nullptr;
     if (lan && up && up->is_up) wanted.push_back({lan->index, Side::Ingress, up->index});
     for (const auto& device : picture_.devices)
         if (lan && down && down->is_up && device.master == lan->index)
@@ -192,7 +190,7 @@ bool is_among(const std::vector<Redirect>& all, const Redirect& wanted) {
 void Walk::remove_redirects() {
     const auto wanted = wanted_redirects();
     for (const auto& redirect : picture_.redirects) {
-        const auto* device = find(redirect.device);
+        const auto* device = find(picture_, redirect.device);
         if (!device || is_among(wanted, redirect)) continue;
         if (differs("%s: leads to queues that are not asked for", device->name.c_str()))
             did(queues::delete_redirect(redirect));
@@ -215,7 +213,7 @@ void Walk::remove_roots() {
 // A device that something still leads to takes all traffic with it.
 void Walk::remove_ifbs() {
     for (const auto place : {Place::HostsUp, Place::HostsDown}) {
-        const auto* device = find(ifb_of(place));
+        const auto* device = find(picture_, ifb_of(place));
         if (!device || !device->is_ifb || trees_.contains(place) || failed_) continue;
         if (differs("%s: a device that is not asked for", device->name.c_str()))
             did(queues::delete_device(device->index));
@@ -225,7 +223,7 @@ void Walk::remove_ifbs() {
 void Walk::make_ifbs() {
     for (const auto place : {Place::HostsUp, Place::HostsDown}) {
         if (!trees_.contains(place)) continue;
-        const auto* device = find(ifb_of(place));
+        const auto* device = find(picture_, ifb_of(place));
         if (!device && differs("%s: no device", ifb_of(place))) did(queues::add_ifb(ifb_of(place)));
         if (device && !device->is_up && differs("%s: down", ifb_of(place)))
             did(queues::set_up(device->index));
@@ -233,7 +231,7 @@ void Walk::make_ifbs() {
 }
 
 void Walk::follow_tree(Place place, const Tree& tree, const std::string& name) {
-    const auto* device = find(name);
+    const auto* device = find(picture_, name);
     if (device && has_root(place, tree, *device)) follow_classes(place, tree, *device);
     if (!device && !mends_ && !ifb_of(place)) told_ += "warning: " + name + ": no device\n";
 }
@@ -334,13 +332,14 @@ void Walk::follow_frames() {
     const auto tree = trees_.find(Place::Wan);
     const bool slow = tree != trees_.end() && total(tree->second) < kSlow;
     for (const auto& name : netif::wan_devices())
-        if (const auto* device = find(name); device && !is_foreign(root_of(*device), Place::Wan))
+        if (const auto* device = find(picture_, name);
+            device && !is_foreign(root_of(*device), Place::Wan))
             set_frames(*device, slow);
 }
 
 void Walk::add_redirects() {
     for (const auto& wanted : wanted_redirects()) {
-        const auto* device = find(wanted.device);
+        const auto* device = find(picture_, wanted.device);
         if (is_among(picture_.redirects, wanted)) continue;
         if (wanted.side == Side::Egress && takes_filters_in_only(*device)) {
             hopeless(device->name + ": has an ingress queue of another program");
@@ -367,18 +366,13 @@ bool Walk::go() {
     return !failed_;
 }
 
-std::string name_of(const Picture& picture, int device) {
-    const auto found = std::ranges::find(picture.devices, device, &Device::index);
-    return found == picture.devices.end() ? "" : found->name;
-}
-
-void list(const std::string& name, int device, Place place, std::string& out) {
+void list(const Device& device, Place place, std::string& out) {
     std::vector<HeldClass> classes;
-    queues::read_classes(device, place, classes);
+    queues::read_classes(device.index, place, classes);
     std::ranges::sort(classes, {}, &HeldClass::minor);
     for (const auto& one : classes)
         state_line(out, "  %s %x:%x rate %u ceil %u packets %" PRIu64 " dropped %" PRIu64,
-                   name.c_str(), static_cast<unsigned>(place), one.minor, one.rate, one.ceil,
+                   device.name.c_str(), static_cast<unsigned>(place), one.minor, one.rate, one.ceil,
                    one.passed, one.dropped);
 }
 
@@ -398,8 +392,9 @@ void tc_list(std::string& out) {
     if (queues::read(picture) < 0) return;
     for (const auto& root : picture.qdiscs)
         for (const auto place : tc::kPlaces)
-            if (root.kind == "htb" && root.handle == queues::handle(place))
-                tc::list(tc::name_of(picture, root.device), root.device, place, out);
+            if (const auto* device = tc::find(picture, root.device);
+                device && !tc::is_foreign(&root, place))
+                tc::list(*device, place, out);
 }
 
 bool tc_release(std::string& error) {
