@@ -50,15 +50,18 @@ TEST(UrlFilterRulesTest, ClientsPacketsWithContentAreQueuedAndTheVerdictIsRememb
         "content meta mark & 0x3000000 == 0x3000000 queue flags bypass to 61\n";
     EXPECT_NE(text.npos, text.find(kQueueing));
     EXPECT_EQ(text.npos, rules(filter).find(" queue "));
+    const std::string up = "iifname \"br-lan\" oifname != \"br-lan\" ";
     EXPECT_EQ(
-        "post iifname \"br-lan\" oifname != \"br-lan\" meta mark & 0x3000000 == 0x1000000 ct mark "
-        "set "
-        "ct mark & 0xfcffffff | 0x1000000\n"
-        "post iifname \"br-lan\" oifname != \"br-lan\" meta mark & 0x3000000 == 0x2000000 ct mark "
-        "set "
-        "ct mark & 0xfcffffff | 0x2000000 counter reject with tcp reset comment \"URL filter\"\n"
-        "post iifname \"br-lan\" oifname != \"br-lan\" meta mark & 0x3000000 != 0 meta mark set "
-        "meta mark & 0xfcffffff | 0\n",
+        "post meta mark & 0x3000000 == 0 return\n"
+        "post meta mark & 0x3000000 == 0x1000000 " +
+            up +
+            "ct mark set ct mark & 0xfcffffff | 0x1000000\n"
+            "post meta mark & 0x3000000 == 0x2000000 " +
+            up +
+            "ct mark set ct mark & 0xfcffffff | 0x2000000 counter reject with tcp reset "
+            "comment \"URL filter\"\n"
+            "post " +
+            up + "meta mark set meta mark & 0xfcffffff | 0\n",
         text.substr(text.find("post")));
 }
 

@@ -99,9 +99,9 @@ std::string with_mark(const std::string& field, uint32_t mark) {
     return field + " set " + field + text;
 }
 
-/// A rule for what leaves the LAN.
-void upstream(const enforce::OwnedChain& chain, const std::string& rest, enforce::RuleText& text) {
-    text.rule(chain, "iifname \"%s\" oifname != \"%s\" %s", kLanBridge, kLanBridge, rest.c_str());
+/// What leaves the LAN.
+std::string upstream() {
+    return std::string("iifname \"") + kLanBridge + "\" oifname != \"" + kLanBridge + "\" ";
 }
 
 /// "FIELD & ours OPERATOR mark"
@@ -114,8 +114,9 @@ std::string has_mark(const char* field, const char* compared, uint32_t mark) {
 // Only the side that asks is looked at. QUIC hides its names; clients that are refused it take TLS.
 // Who resets a connection that is stopped is let through, so that its other end learns of it.
 void render_before(const Clients& http, const Clients& https, enforce::RuleText& text) {
-    upstream(kBefore, has_mark("meta mark", "!=", 0) + with_mark("meta mark", 0), text);
-    upstream(kBefore, std::string("ct direction original jump ") + kJudge.name, text);
+    text.rule(kBefore, "%s%s%s", has_mark("meta mark", "!=", 0).c_str(), upstream().c_str(),
+              with_mark("meta mark", 0).c_str());
+    text.rule(kBefore, "%sct direction original jump %s", upstream().c_str(), kJudge.name);
     text.rule(kJudge, "%sreturn", has_mark("ct mark", "==", kPassMark).c_str());
     text.rule(kJudge,
               "%stcp flags & rst == 0 counter reject with tcp reset comment \"URL filter, rest\"",
@@ -139,15 +140,17 @@ void render_content(bool queues_itself, enforce::RuleText& text) {
                   has_mark("meta mark", "==", kLookMark).c_str(), kQueue);
 }
 
-// A mark that still asks is that of a packet which nobody has looked into: it passes.
+// Nearly all packets end at the first line. A mark that still asks is that of a packet which nobody
+// has looked into: it passes.
 void render_after(enforce::RuleText& text) {
-    upstream(kAfter, has_mark("meta mark", "==", kPassMark) + with_mark("ct mark", kPassMark),
-             text);
-    upstream(kAfter,
-             has_mark("meta mark", "==", kStopMark) + with_mark("ct mark", kStopMark) +
-                 " counter reject with tcp reset comment \"URL filter\"",
-             text);
-    upstream(kAfter, has_mark("meta mark", "!=", 0) + with_mark("meta mark", 0), text);
+    const auto rule = [&text](const std::string& mark, const std::string& statement) {
+        text.rule(kAfter, "%s%s%s", mark.c_str(), upstream().c_str(), statement.c_str());
+    };
+    text.rule(kAfter, "%sreturn", has_mark("meta mark", "==", 0).c_str());
+    rule(has_mark("meta mark", "==", kPassMark), with_mark("ct mark", kPassMark));
+    rule(has_mark("meta mark", "==", kStopMark),
+         with_mark("ct mark", kStopMark) + " counter reject with tcp reset comment \"URL filter\"");
+    rule("", with_mark("meta mark", 0));
 }
 
 }  // namespace
