@@ -89,25 +89,15 @@ int32_t get(st_item& item) {
     return 0;
 }
 
-void print_rule(std::string& out, const Rule& rule) {
-    state_record(out, "rule", kDnsFilterShortItemLayout, &rule.item);
-    for (const auto& host : rule.hosts) {
-        std::string quoted;
-        append_quoted(quoted, host);
-        state_line(out, "rule %u host %s", rule.item.index, quoted.c_str());
-    }
-}
-
 void print(std::string& out) {
-    for (const auto& [index, rule] : g_rules)
-        print_rule(out, rule);
-}
-
-// A rule that is off is as good as deleted, and so is a black list of nothing.
-void told(std::string& out) {
-    for (const auto& [index, rule] : g_rules)
-        if (rule.item.enable == 1 && (rule.item.mode != 0 || !rule.hosts.empty()))
-            print_rule(out, rule);
+    for (const auto& [index, rule] : g_rules) {
+        state_record(out, "rule", kDnsFilterShortItemLayout, &rule.item);
+        for (const auto& host : rule.hosts) {
+            std::string quoted;
+            append_quoted(quoted, host);
+            state_line(out, "rule %u host %s", index, quoted.c_str());
+        }
+    }
 }
 
 // The list is where it was read before, or what the daemon has put there since.
@@ -242,16 +232,16 @@ void observe_list(std::string& out, uint8_t index, const Rule& rule) {
         state_line(out, "rule %u: not enforced: %s is no name", index, quoted.c_str());
     }
     if (!is_time_readable(time_of(rule)))
-        state_line(out, "rule %u: not enforced: its time cannot be read, it is always in force",
-                   index);
+        state_line(out, "rule %u: its time cannot be read, and so is always", index);
 }
 
 void observe_resolver(std::string& out, uint8_t index, const Rule& rule) {
     const auto name = resolver_name(index);
     const auto trouble = enforce::child_trouble(name);
-    if (!trouble.empty()) state_line(out, "rule %u: its resolver: %s", index, trouble.c_str());
+    if (!trouble.empty())
+        state_line(out, "rule %u: not enforced: its resolver: %s", index, trouble.c_str());
     if (read_own_file(name) != servers_text(rule))
-        state_line(out, "rule %u: its resolver has another list", index);
+        state_line(out, "rule %u: not enforced: its resolver has another list", index);
 }
 
 void observe(std::string& out) {
@@ -273,6 +263,19 @@ void render(enforce::RuleText& text) {
     std::erase_if(serving,
                   [](uint8_t index) { return !enforce::child_serves(resolver_name(index)); });
     render(g_rules, serving, text);
+}
+
+// A rule that is off is as good as deleted, and so is a black list of nothing.
+void told(std::string& out) {
+    for (const auto& [index, rule] : g_rules) {
+        if (rule.item.enable != 1 || (rule.item.mode == 0 && rule.hosts.empty())) continue;
+        state_record(out, "rule", kDnsFilterShortItemLayout, &rule.item);
+        for (const auto& host : rule.hosts) {
+            std::string quoted;
+            append_quoted(quoted, host);
+            state_line(out, "rule %u host %s", index, quoted.c_str());
+        }
+    }
 }
 
 constexpr enforce::OwnedChain kChains[] = {kRedirect, kEncrypted, kForward, kInput};
