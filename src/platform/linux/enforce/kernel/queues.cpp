@@ -76,10 +76,11 @@ Device device_of(rtnl_link* link) {
                   .master = rtnl_link_get_master(link),
                   .is_up = (rtnl_link_get_flags(link) & IFF_UP) != 0,
                   .is_ifb = false,
-                  .gso_max_size = 0};
+                  .cuts = false};
     const char* type = rtnl_link_get_type(link);
     device.is_ifb = type && std::string_view(type) == "ifb";
-    rtnl_link_get_gso_max_size(link, &device.gso_max_size);
+    uint32_t frames = 0;
+    device.cuts = rtnl_link_get_gso_max_segs(link, &frames) == 0 && frames == 1;
     return device;
 }
 
@@ -228,7 +229,6 @@ int add_ifb(const char* name) {
     rtnl_link_set_name(link.get(), name);
     rtnl_link_set_type(link.get(), "ifb");
     rtnl_link_set_txqlen(link.get(), kIfbQueue);
-    rtnl_link_set_flags(link.get(), IFF_UP);
     return rtnl_link_add(route::socket(), link.get(), NLM_F_CREATE | NLM_F_EXCL);
 }
 
@@ -244,12 +244,12 @@ int delete_device(int device) {
     return rtnl_link_delete(route::socket(), link.get());
 }
 
-int set_gso_max_size(int device, uint32_t size) {
+int set_cutting(int device) {
     const Held<nl_msg> message(nlmsg_alloc_simple(RTM_SETLINK, 0));
     ifinfomsg header{};
     header.ifi_index = device;
     nlmsg_append(message.get(), &header, sizeof(header), NLMSG_ALIGNTO);
-    nla_put_u32(message.get(), IFLA_GSO_MAX_SIZE, size);
+    nla_put_u32(message.get(), IFLA_GSO_MAX_SEGS, 1);
     return route::request(message.get());
 }
 

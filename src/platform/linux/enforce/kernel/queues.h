@@ -17,7 +17,7 @@ struct Device {
     int master;  ///< index of the bridge that it is a port of; 0: none
     bool is_up;
     bool is_ifb;
-    uint32_t gso_max_size;
+    bool cuts;  ///< lets only single frames through, and cuts what is bigger
 };
 
 struct Qdisc {
@@ -58,11 +58,11 @@ int read(Picture& picture);
 /// The classes of a device that are of a place, in no order.
 int read_classes(int device, Place place, std::vector<HeldClass>& classes);
 
-/// Makes the device and has it up.
+/// Makes the device, down.
 int add_ifb(const char* name);
+int set_cutting(int device);
 int set_up(int device);
 int delete_device(int device);
-int set_gso_max_size(int device, uint32_t bytes);
 
 int add_root(int device, Place place, uint16_t default_minor);
 int delete_root(int device, Place place);

@@ -23,15 +23,17 @@ using queues::Side;
 
 constexpr Place kPlaces[] = {Place::HostsUp, Place::HostsDown, Place::Wan, Place::Lan};
 
-/// Below this rate on a WAN device a packet that is to be cut into many frames holds up all others
-/// for too long, so that it is to be cut before it queues.
+constexpr char kUp[] = "ifb-up";
+constexpr char kDown[] = "ifb-dn";
+constexpr char kCut[] = "ifb-cut";
+constexpr const char* kIfbs[] = {kUp, kDown, kCut};
+
+/// Below this rate, kbit/s, a packet of many frames would hold up all others for too long.
 constexpr uint32_t kSlow = 50'000;
-constexpr uint32_t kOneFrame = 1514;
-constexpr uint32_t kManyFrames = 65536;
 
 const char* ifb_of(Place place) {
-    if (place == Place::HostsUp) return "ifb-up";
-    return place == Place::HostsDown ? "ifb-dn" : nullptr;
+    if (place == Place::HostsUp) return kUp;
+    return place == Place::HostsDown ? kDown : nullptr;
 }
 
 std::vector<std::string> devices_of(Place place) {
@@ -51,6 +53,24 @@ const Device* find(const Picture& picture, int index) {
 
 bool is_foreign(const Qdisc* root, Place place) {
     return root && (root->kind != "htb" || root->handle != queues::handle(place));
+}
+
+uint32_t total(const Tree& tree) {
+    uint32_t most = 0;
+    for (const auto& one : tree.classes)
+        if (one.parent == 0) most = std::max(most, one.ceil);
+    return most;
+}
+
+bool is_slow(const Trees& trees, Place place) {
+    const auto tree = trees.find(place);
+    return tree != trees.end() && total(tree->second) < kSlow;
+}
+
+bool wants(const Trees& trees, const std::string& ifb) {
+    if (ifb == kUp) return trees.contains(Place::HostsUp);
+    if (ifb == kDown) return trees.contains(Place::HostsDown);
+    return is_slow(trees, Place::Wan) || is_slow(trees, Place::Lan);
 }
 
 bool is_leaf(uint16_t minor, const Tree& tree) {
@@ -87,6 +107,8 @@ class Walk {
 
     const Qdisc* root_of(const Device& device) const;
     bool takes_filters_in_only(const Device& device) const;
+    const Device* working(const char* ifb) const;
+    const Device* cutter_of(Place place) const;
     std::vector<Redirect> wanted_redirects() const;
     bool wants_root(Place place, const Device& device) const;
 
@@ -94,6 +116,7 @@ class Walk {
     void remove_roots();
     void remove_ifbs();
     void make_ifbs();
+    void set_ifbs();
     void follow_tree(Place place, const Tree& tree, const std::string& name);
     bool has_root(Place place, const Tree& tree, const Device& device);
     void follow_classes(Place place, const Tree& tree, const Device& device);
@@ -102,8 +125,6 @@ class Walk {
     bool follow_class(Place place, const QueueClass& wanted, const Device& device,
                       const std::vector<HeldClass>& held);
     void follow_leaf(Place place, const QueueClass& wanted, const Device& device, bool measure);
-    void set_frames(const Device& device, bool slow);
-    void follow_frames();
     void add_redirects();
 
     const Trees& trees_;
@@ -163,16 +184,29 @@ bool Walk::takes_filters_in_only(const Device& device) const {
     });
 }
 
-// What leads to a device that is down drops every packet.
+/// Where a tree's packets are cut first.
+const Device* Walk::cutter_of(Place place) const {
+    return is_slow(trees_, place) ? working(kCut) : nullptr;
+}
+
+/// What leads to a device that is down drops every packet.
+const Device* Walk::working(const char* ifb) const {
+    const auto* device = wants(trees_, ifb) ? find(picture_, ifb) : nullptr;
+    return device && device->is_up ? device : nullptr;
+}
+
 std::vector<Redirect> Walk::wanted_redirects() const {
     std::vector<Redirect> wanted;
-    const auto* lan = find(picture_, kLanBridge);
-    const auto* up = trees_.contains(Place::HostsUp) ? find(picture_, "ifb-up") : nullptr;
-    const auto* down = trees_.contains(Place::HostsDown) ? find(picture_, "ifb-dn") : nullptr;
-    if (lan && up && up->is_up) wanted.push_back({lan->index, Side::Ingress, up->index});
+    const auto *lan = find(picture_, kLanBridge), *up = working(kUp), *down = working(kDown);
+    if (lan && up) wanted.push_back({lan->index, Side::Ingress, up->index});
     for (const auto& device : picture_.devices)
-        if (lan && down && down->is_up && device.master == lan->index)
+        if (lan && down && device.master == lan->index)
             wanted.push_back({device.index, Side::Egress, down->index});
+    for (const auto place : {Place::Wan, Place::Lan})
+        for (const auto& name : devices_of(place))
+            if (const auto* cut = cutter_of(place), *device = find(picture_, name);
+                cut && device && !is_foreign(root_of(*device), place))
+                wanted.push_back({device->index, Side::Egress, cut->index});
     return wanted;
 }
 
@@ -205,28 +239,33 @@ void Walk::remove_roots() {
             if (root->handle != queues::handle(place) || wants_root(place, device)) continue;
             if (differs("%s: queues that are not asked for", device.name.c_str()))
                 did(queues::delete_root(device.index, place));
-            if (place == Place::Wan) set_frames(device, false);
         }
     }
 }
 
 // A device that something still leads to takes all traffic with it.
 void Walk::remove_ifbs() {
-    for (const auto place : {Place::HostsUp, Place::HostsDown}) {
-        const auto* device = find(picture_, ifb_of(place));
-        if (!device || !device->is_ifb || trees_.contains(place) || failed_) continue;
-        if (differs("%s: a device that is not asked for", device->name.c_str()))
+    for (const char* ifb : kIfbs) {
+        const auto* device = find(picture_, ifb);
+        if (!device || !device->is_ifb || wants(trees_, ifb) || failed_) continue;
+        if (differs("%s: a device that is not asked for", ifb))
             did(queues::delete_device(device->index));
     }
 }
 
 void Walk::make_ifbs() {
-    for (const auto place : {Place::HostsUp, Place::HostsDown}) {
-        if (!trees_.contains(place)) continue;
-        const auto* device = find(picture_, ifb_of(place));
-        if (!device && differs("%s: no device", ifb_of(place))) did(queues::add_ifb(ifb_of(place)));
-        if (device && !device->is_up && differs("%s: down", ifb_of(place)))
-            did(queues::set_up(device->index));
+    for (const char* ifb : kIfbs)
+        if (wants(trees_, ifb) && !find(picture_, ifb) && differs("%s: no device", ifb))
+            did(queues::add_ifb(ifb));
+}
+
+void Walk::set_ifbs() {
+    for (const char* ifb : kIfbs) {
+        const auto* device = wants(trees_, ifb) ? find(picture_, ifb) : nullptr;
+        if (!device) continue;
+        if (ifb == kCut && !device->cuts && differs("%s: lets big packets through", ifb))
+            did(queues::set_cutting(device->index));
+        if (!device->is_up && differs("%s: down", ifb)) did(queues::set_up(device->index));
     }
 }
 
@@ -315,28 +354,6 @@ void Walk::follow_leaf(Place place, const QueueClass& wanted, const Device& devi
         did(queues::set_leaf(device.index, place, wanted));
 }
 
-uint32_t total(const Tree& tree) {
-    uint32_t most = 0;
-    for (const auto& one : tree.classes)
-        if (one.parent == 0) most = std::max(most, one.ceil);
-    return most;
-}
-
-void Walk::set_frames(const Device& device, bool slow) {
-    if (slow == (device.gso_max_size == kOneFrame)) return;
-    if (differs("%s: packets of %u bytes", device.name.c_str(), device.gso_max_size))
-        did(queues::set_gso_max_size(device.index, slow ? kOneFrame : kManyFrames));
-}
-
-void Walk::follow_frames() {
-    const auto tree = trees_.find(Place::Wan);
-    const bool slow = tree != trees_.end() && total(tree->second) < kSlow;
-    for (const auto& name : netif::wan_devices())
-        if (const auto* device = find(picture_, name);
-            device && !is_foreign(root_of(*device), Place::Wan))
-            set_frames(*device, slow);
-}
-
 void Walk::add_redirects() {
     for (const auto& wanted : wanted_redirects()) {
         const auto* device = find(picture_, wanted.device);
@@ -345,7 +362,7 @@ void Walk::add_redirects() {
             hopeless(device->name + ": has an ingress queue of another program");
             continue;
         }
-        if (differs("%s: does not lead to the hosts' queues", device->name.c_str()))
+        if (differs("%s: does not lead to queues that are asked for", device->name.c_str()))
             did(queues::add_redirect(wanted));
     }
 }
@@ -358,10 +375,11 @@ bool Walk::go() {
     remove_ifbs();
     make_ifbs();
     if (changed_ && !look()) return false;
+    set_ifbs();
+    if (changed_ && !look()) return false;
     for (const auto& [place, tree] : trees_)
         for (const auto& name : devices_of(place))
             follow_tree(place, tree, name);
-    follow_frames();
     add_redirects();
     return !failed_;
 }
