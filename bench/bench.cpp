@@ -6,6 +6,7 @@
 #include <cstring>
 #include <filesystem>
 
+#include "enforcement.h"
 #include "figures.h"
 #include "floors.h"
 #include "startup.h"
@@ -36,6 +37,8 @@ size_t package_size(const char* package) {
 
 double time_of(const Figure& figure, BusClient& bus) {
     usleep(figure.quiet_ms * 1000);
+    if (figure.rules > 0) return until_in_force(bus, figure.timed);
+    if (figure.queues) return until_in_force(bus, figure.timed, InForce::Queues);
     if (figure.entry) return ipc_call(figure.entry, figure.record_size);
     return figure.batch ? uci_batch(figure.batch) : bus.time(figure.timed);
 }
@@ -54,8 +57,10 @@ struct Floor {
     double storage = 0;
     double platform = 0;
     double commands = 0;
+    double pause = 0;
+    double kernel = 0;
 
-    double total() const { return bus + storage + platform + commands; }
+    double total() const { return bus + storage + platform + commands + pause + kernel; }
 };
 
 /// The parts of one round's floor, summed as often as the call needs each.
@@ -70,6 +75,8 @@ Floor floor_of(const Figure& figure, BusClient& bus) {
     floor.platform = sum(figure.platform_calls, platform_round_trip);
     for (const Command& needed : figure.commands)
         floor.commands += sum(needed.times, [&] { return command(needed.argv); });
+    floor.pause = figure.pause_ms * 1000.0;
+    if (figure.rules > 0) floor.kernel = rules_transaction(figure.rules);
     return floor;
 }
 
@@ -101,6 +108,8 @@ void measure(const Figure& figure, BusClient& bus) {
     else
         print_row(figure.name.c_str(), median(times), median(floors));
     if (last.commands > 0) print_shares(last);
+    if (last.pause > 0)
+        std::printf("    of the floor: pause %.0f us, kernel %.0f us\n", last.pause, last.kernel);
     std::fflush(stdout);
 }
 
@@ -127,6 +136,22 @@ void measure_startup(BusClient& bus, int platform_calls) {
     std::printf("%-36s %6ld KiB\n", "private memory after that", private_kib);
 }
 
+/// Packets a second, with rules none of which stops them and without, in turns.
+void measure_forwarding(BusClient& bus, int rules) {
+    constexpr int kRounds = 11;
+    std::vector<double> with, without;
+    make(bus, ip_filter_rules(rules));
+    if (!is_enforced()) return;
+    for (int i = 0; i < kRounds; ++i) {
+        until_in_force(bus, ip_filter_mode(1));
+        with.push_back(forwarding_rate());
+        until_in_force(bus, ip_filter_mode(0));
+        without.push_back(forwarding_rate());
+    }
+    std::printf("forwarding, packets/s: %d rules %.0f, none %.0f, ratio %.2f\n", rules,
+                median(with), median(without), median(with) / median(without));
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -136,10 +161,16 @@ int main(int argc, char** argv) {
         measure_startup(bus, std::atoi(argv[2]));
         return 0;
     }
+    if (argc == 3 && std::strcmp(argv[1], "forwarding") == 0) {
+        measure_forwarding(bus, std::atoi(argv[2]));
+        return 0;
+    }
     const char* wanted = argc == 2 ? argv[1] : "";
     bus.wait_for("bench", true);
     std::printf("%-36s %10s %10s %8s\n", "figure", "us", "floor us", "ratio");
     for (const Figure& figure : figures())
-        if (figure.name.find(wanted) != std::string::npos) measure(figure, bus);
+        if (figure.name.find(wanted) != std::string::npos &&
+            ((figure.rules == 0 && !figure.queues) || is_enforced()))
+            measure(figure, bus);
     return 0;
 }

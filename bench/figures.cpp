@@ -26,12 +26,6 @@ constexpr int kQuietMs = 200;
 
 constexpr char kIpFilter[] = "app_ipfilter";
 
-BusCall ip_filter_mode(int enable) {
-    return {kIpFilter, "ip_filter_basic_set",
-            "{\"ucIPFilterEnable\":" + std::to_string(enable) +
-                ",\"ucIPFilterUpMode\":0,\"ucIPFilterDownMode\":0}"};
-}
-
 std::string ip_filter_rule(const std::string& first, int number) {
     return "{" + first + R"("ucIPFilterDir":1,"ucIPFilterProtocol":1,"aucLanIPStart":"192.168.1.)" +
            std::to_string(number) +
@@ -66,6 +60,24 @@ Figure ip_filter_add_at(int rules) {
                          .after_each = {ip_filter_del(rules + 1)},
                          // the rule, flush, attributes, every rule again
                          .platform_calls = 3 + rules + 1});
+}
+
+/// The figure counts until the rules are in force. After any other change it waits for its end.
+Figure until_in_force(int rules, int pause_ms, Figure figure) {
+    figure.name += ", in force";
+    figure.rules = rules;
+    figure.pause_ms = pause_ms;
+    figure.quiet_ms = kQuietMs;
+    figure.rounds = 31;
+    return figure;
+}
+
+Figure ip_filter_switch_at_100(std::string name, int pause_ms, BusCall before) {
+    return until_in_force(100, pause_ms,
+                          on_ip_filter(std::move(name), 100,
+                                       {.before_each = {std::move(before)},
+                                        .timed = ip_filter_mode(1),
+                                        .platform_calls = 3 + 100}));
 }
 
 BusCall dns_filter_switch(int enable) {
@@ -132,6 +144,16 @@ BusCall detection(const char* action) {
 
 }  // namespace
 
+std::vector<BusCall> ip_filter_rules(int count) {
+    return repeat(1, count, ip_filter_add);
+}
+
+BusCall ip_filter_mode(int enable) {
+    return {kIpFilter, "ip_filter_basic_set",
+            "{\"ucIPFilterEnable\":" + std::to_string(enable) +
+                ",\"ucIPFilterUpMode\":0,\"ucIPFilterDownMode\":0}"};
+}
+
 std::vector<Figure> figures() {
     std::vector<Figure> all = {
         {.name = "empty ubus method", .timed = {"bench", "empty", "{}"}},
@@ -152,6 +174,13 @@ std::vector<Figure> figures() {
                       .rounds = 51}),
         ip_filter_add_at(0),
         ip_filter_add_at(99),
+        until_in_force(1, 10, ip_filter_add_at(0)),
+        until_in_force(100, 10, ip_filter_add_at(99)),
+        ip_filter_switch_at_100("100 rules switched on", 10, ip_filter_mode(0)),
+        ip_filter_switch_at_100(
+            "100 rules replaced", 50,
+            {kIpFilter, "ip_filter_basic_set",
+             R"({"ucIPFilterEnable":1,"ucIPFilterUpMode":1,"ucIPFilterDownMode":0})"}),
         on_ip_filter(
             "ip_filter_list_set at 100", 100,
             {.before_each = {{kIpFilter, "ip_filter_list_set",

@@ -31,7 +31,14 @@ struct Figure {
     int platform_calls = 0;               ///< round trips that it needs
     std::vector<BusCall> bus_calls = {};  ///< calls that it makes itself
     std::vector<Command> commands = {};   ///< programs that it runs
+    int pause_ms = 0;                     ///< that platformd waits for more calls
+    int rules = 0;  ///< of the IP filter; where there are any, it counts until they are in force
+    bool queues = false;  ///< it counts until they are in force
     int rounds = 101;
 };
 
 std::vector<Figure> figures();
+
+/// What adds rules of the IP filter to none, and what switches them.
+std::vector<BusCall> ip_filter_rules(int count);
+BusCall ip_filter_mode(int enable);

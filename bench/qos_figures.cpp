@@ -84,6 +84,19 @@ Figure on_full_tree(const char* name, Figure figure) {
     return figure;
 }
 
+/// The row is stored while platformd waits for more calls.
+Figure queue_in_force() {
+    Figure figure = on_full_tree("qos_queue_attr_set, in force", {.before_each = {queue(10)},
+                                                                  .timed = queue(20),
+                                                                  .quiet_ms = 200,
+                                                                  .platform_calls = kQueues,
+                                                                  .pause_ms = 10,
+                                                                  .queues = true,
+                                                                  .rounds = 31});
+    figure.replacements = 0;
+    return figure;
+}
+
 // What the tools do when the chain is there already, or the rule is not, is the least that they
 // take to start and to look.
 constexpr const char* kNewHostChain[] = {"ebtables", "-t", "nat", "-N", "ZU_DEVSPEED_PREROUTING",
@@ -145,6 +158,7 @@ std::vector<Figure> qos_figures() {
                                                       .timed = queue(20),
                                                       .platform_calls = kQueues,
                                                       .rounds = 31}),
+        queue_in_force(),
         lan_host_add_at(0),
         lan_host_add_at(99),
         replay_of_full_tables(),

@@ -1,5 +1,6 @@
 #include "base/child.h"
 
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -52,19 +53,47 @@ void execute(const char* program, char* const argv[]) {
     _exit(kCannotExecute);
 }
 
-}  // namespace
+/// Both ends of a pipe; -1: none.
+struct Gate {
+    int inner = -1;
+    int outer = -1;
+};
+
+void pass(const Gate& gate) {
+    char byte;
+    if (gate.inner < 0) return;
+    close(gate.outer);
+    if (read(gate.inner, &byte, 1) != 1) _exit(kCannotExecute);
+}
 
 // Until the child has become the program, no signal must run a handler of ours in it.
-pid_t start(const char* const argv[], const char* program) {
+pid_t start_behind(const Gate& gate, const char* const argv[], const char* program) {
     const auto descriptors = static_cast<int>(sysconf(_SC_OPEN_MAX));
     sigset_t all;
     sigset_t before;
     sigfillset(&all);
     pthread_sigmask(SIG_SETMASK, &all, &before);
     const pid_t child = fork();
-    if (child == 0) become(program ? program : argv[0], argv, descriptors);
+    if (child == 0) {
+        pass(gate);
+        become(program, argv, descriptors);
+    }
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     return child;
+}
+
+}  // namespace
+
+pid_t start(const char* const argv[], const char* program) {
+    return start_behind({}, argv, program ? program : argv[0]);
+}
+
+pid_t start_held(const char* const argv[], UniqueFd& gate) {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) return -1;
+    const UniqueFd inner(ends[0]);
+    gate.reset(ends[1]);
+    return start_behind({ends[0], ends[1]}, argv, argv[0]);
 }
 
 int wait(pid_t child) {

@@ -2,6 +2,8 @@
 
 #include <sys/types.h>
 
+#include "base/unique_fd.h"
+
 // The one way to start another program.
 
 namespace base {
@@ -12,6 +14,10 @@ namespace base {
 /// Safe in a process of several threads. Returns the process id, -1 if there is none. A program
 /// that cannot be executed ends with exit status 127.
 [[nodiscard]] pid_t start(const char* const argv[], const char* program = nullptr);
+
+/// The same, but the program only begins when a byte is written to `gate`, and never does when that
+/// is closed without: a caller who is killed before he has made a note of the child leaves none.
+[[nodiscard]] pid_t start_held(const char* const argv[], UniqueFd& gate);
 
 /// Waits for that very child and returns its wait status, 0 only if it ended by itself and was
 /// content; -1 if someone else has collected it. Safe on the event loop's thread, because the loop

@@ -30,12 +30,12 @@ class End:
         self.address = str(address)
         self.family = socket.AF_INET6 if address.version == 6 else socket.AF_INET
 
-    def socket(self, kind, port=0):
-        """A socket of the host, bound to the address and port (0: any free one)."""
+    def socket(self, kind, port=0, shared=False):
+        """A socket of the host, bound to the address and port (0: any free one), which others may have too."""
         with at(self.host):
             made = socket.socket(self.family, kind)
             try:
-                if kind == socket.SOCK_STREAM:
+                if shared or kind == socket.SOCK_STREAM:
                     made.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
                 made.bind((self.address, port))
             except OSError:

@@ -27,9 +27,9 @@ tm moment(int day, int hour, int minute) {
 std::string words(const Rule& of) {
     std::string text;
     const std::string gateway[] = {"192.168.1.1", "fd00::1"};
-    for (const auto& word : resolver_words(7, of, "/run/dns_7", "root", gateway))
+    for (const auto& word : resolver_words(7, of, "/run/dns_7", "", gateway))
         text += ' ' + word;
-    return text.substr(std::min(text.find(" --group=root"), text.size()));
+    return text.substr(std::min(text.find(" --group="), text.size()));
 }
 
 TEST(DnsFilterRulesTest, ARuleHasItsDaysAndHours) {
@@ -74,13 +74,13 @@ TEST(DnsFilterRulesTest, OnlyNamesGetIntoTheFile) {
 }
 
 TEST(DnsFilterRulesTest, AnAddressInsteadOfTheNamesOwnIsSaidWhenTheResolverStarts) {
-    EXPECT_EQ(" --group=root", words(rule(0, 0)));
+    EXPECT_EQ(" --group=", words(rule(0, 0)));
     EXPECT_EQ(
-        " --group=root --address=/ads.example/192.168.1.1 --address=/ads.example/fd00::1"
+        " --group= --address=/ads.example/192.168.1.1 --address=/ads.example/fd00::1"
         " --address=/b_d-1./192.168.1.1 --address=/b_d-1./fd00::1",
         words(rule(0, 1)));
-    EXPECT_EQ(" --group=root --address=/#/192.168.1.1 --address=/#/fd00::1", words(rule(1, 1)));
-    EXPECT_EQ(" --group=root --log-queries", words(rule(0, 2)));
+    EXPECT_EQ(" --group= --address=/#/192.168.1.1 --address=/#/fd00::1", words(rule(1, 1)));
+    EXPECT_EQ(" --group= --log-queries", words(rule(0, 2)));
 }
 
 TEST(DnsFilterRulesTest, AClientHasOneRuleTheOneOfItsAddressFirst) {
@@ -93,6 +93,8 @@ TEST(DnsFilterRulesTest, AClientHasOneRuleTheOneOfItsAddressFirst) {
     EXPECT_EQ((std::vector<uint8_t>{3, 1}), answering(rules, moment(0, 0, 0)));
     const auto serving = answering(rules, moment(1, 0, 0));
     EXPECT_EQ((std::vector<uint8_t>{4, 1}), serving);
+    EXPECT_EQ(3, earlier_rule(rules, 4));
+    EXPECT_EQ(-1, earlier_rule(rules, 5));
 
     RuleText text;
     render(rules, serving, text);

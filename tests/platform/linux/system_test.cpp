@@ -29,12 +29,17 @@ TEST_F(CommandTest, EbtablesGetsWordsThatNoShellHasRead) {
     EXPECT_EQ(0, zu_ebtables_newchain("nat", "SPEED", "RETURN"));
     EXPECT_EQ(0,
               zu_ebtables_rule_op("nat", "-A", "C; exit 1", " $(exit 1) \t`x`;* \"a b\" '$HOME' "));
+    EXPECT_EQ(0, zu_ebtables_rule_op("nat", "-D", "C", "-s 2:0:0:0:0:1 -j cfe --qid 127"));
+    EXPECT_EQ(0, zu_ebtables_rule_op("nat", "-A", "C", "-j cfe --qid 128"));
     EXPECT_EQ(0, zu_ebtables_flushchain("nat", "SPEED"));
     EXPECT_EQ(0, zu_ebtables_delchain("nat", "SPEED"));
     setenv("PATH", path.c_str(), 1);
     EXPECT_EQ(
         "[-t][nat][-N][SPEED][-P][RETURN]\n"
         "[-t][nat][-A][C; exit 1][$(exit][1)][`x`;*][\"a][b\"]['$HOME']\n"
+        "[-t][nat][-D][C][-s][2:0:0:0:0:1][-j][mark][--mark-or][0xfe000000][--mark-target][RETURN]"
+        "\n"
+        "[-t][nat][-A][C][-j][cfe][--qid][128]\n"
         "[-t][nat][-F][SPEED]\n[-t][nat][-X][SPEED]\n",
         read_file(out()));
 }

@@ -1,4 +1,6 @@
+#include "platform/linux/enforce/bridge_port.h"
 #include "platform/linux/enforce/conntrack.h"
+#include "platform/linux/enforce/learnt.h"
 #include "platform/linux/enforce/links.h"
 #include "platform/linux/enforce/nft.h"
 #include "platform/linux/enforce/tc.h"
@@ -9,6 +11,12 @@ bool nft_run(const std::string&, std::string& error) {
     error = "built without the libraries that talk to the kernel";
     return false;
 }
+
+bool bridge_port_set(const std::string&, bool, std::string& error) {
+    return nft_run({}, error);
+}
+
+void bridge_port_forget(const std::string&) {}
 
 bool nft_check(const std::string& text, std::string& error) {
     return nft_run(text, error);
@@ -30,6 +38,8 @@ bool tc_release(std::string&) {
     return true;
 }
 
+void tc_list(std::string&) {}
+
 void tc_audit(const Trees&, std::string&) {}
 
 bool links_start(void (*)()) {
@@ -37,5 +47,7 @@ bool links_start(void (*)()) {
 }
 
 void links_stop() {}
+
+void forget_hosts(const std::vector<MacAddress>&) {}
 
 }  // namespace platform::platformd::enforce

@@ -44,6 +44,7 @@ int64_t g_last_change;
 int64_t g_retry_ms;
 int64_t g_last_repair;
 std::string g_error;
+std::string g_said;
 Texts g_in_force;
 /// Nothing is known of what our tables hold: they are replaced as a whole.
 bool g_start_over;
@@ -71,23 +72,31 @@ Texts differences() {
     return texts;
 }
 
-bool has_line(std::string_view text, std::string_view line) {
-    for (size_t at = 0; (at = text.find(line, at)) != text.npos; ++at)
-        if (at == 0 || text[at - 1] == '\n') return true;
-    return false;
+/// Behind the first such line from `from` on; npos if there is none.
+size_t find_line(std::string_view text, std::string_view line, size_t from) {
+    for (size_t at = from; (at = text.find(line, at)) != text.npos; ++at)
+        if (at == 0 || text[at - 1] == '\n') return at + line.size();
+    return text.npos;
+}
+
+// Lines mostly stand in the same order.
+bool has_all_lines(std::string_view text, std::string_view lines) {
+    size_t behind = 0;
+    while (!lines.empty()) {
+        const auto line = lines.substr(0, lines.find('\n') + 1);
+        behind = find_line(text, line, behind);
+        if (behind == text.npos) behind = find_line(text, line, 0);
+        if (behind == text.npos) return false;
+        lines.remove_prefix(line.size());
+    }
+    return true;
 }
 
 /// Whether a rule that is in force would be no more.
 bool takes_away(const Texts& texts) {
-    for (const auto& [service, text] : texts) {
-        const std::string_view held = g_in_force[service];
-        for (size_t begin = 0; begin < held.size();) {
-            const auto end = held.find('\n', begin) + 1;
-            if (!has_line(text, held.substr(begin, end - begin))) return true;
-            begin = end;
-        }
-    }
-    return false;
+    return std::ranges::any_of(texts, [](const auto& wanted) {
+        return !has_all_lines(wanted.second, g_in_force[wanted.first]);
+    });
 }
 
 bool commit(const std::string& tables, const Texts& texts) {
@@ -100,8 +109,8 @@ bool commit(const std::string& tables, const Texts& texts) {
     return true;
 }
 
-// What the kernel refuses one service must not keep the others from theirs. Each comes with all
-// that were taken before it, for the tables may be emptied in front.
+// What the kernel refuses one service must not keep the others from theirs, and is to be said by
+// its name. Each comes with all that were taken before it, for the tables may be emptied in front.
 bool commit_one_by_one(const std::string& tables, const Texts& texts) {
     std::string error;
     Texts taken;
@@ -122,8 +131,7 @@ bool commit_all() {
     const auto texts = differences();
     if (texts.empty() && !g_start_over) return true;
     const auto tables = g_start_over ? tables_emptied() : tables_as_they_are();
-    const bool done =
-        commit(tables, texts) || (texts.size() > 1 && commit_one_by_one(tables, texts));
+    const bool done = commit(tables, texts) || commit_one_by_one(tables, texts);
     g_start_over = g_start_over && !done && g_in_force.empty();
     return done;
 }
@@ -137,9 +145,8 @@ bool shape_all() {
 
 // What stays refused is said once.
 void retry_later() {
-    static std::string said;
-    if (g_error != said) fprintf(stderr, "platformd: not in force: %s\n", g_error.c_str());
-    said = g_error;
+    if (g_error != g_said) fprintf(stderr, "platformd: not in force: %s\n", g_error.c_str());
+    g_said = g_error;
     g_retry_ms = std::clamp(g_retry_ms * 2, kFirstRetryMs, kLastRetryMs);
     set_timer(g_retry_ms);
 }
@@ -159,6 +166,7 @@ void apply() {
     const bool shaped = shape_all();
     follow_outside();
     if (!ruled || !shaped) return retry_later();
+    g_said.clear();
     g_retry_ms = 0;
 }
 
@@ -206,6 +214,7 @@ void print(std::string& out) {
     for (const auto family : kFamilies)
         append_counting(out,
                         nft_list(std::string("list table ") + family_name(family) + ' ' + kTable));
+    tc_list(out);
 }
 
 ServiceRegistration g_registration({.name = "enforcement", .print = print});

@@ -24,16 +24,7 @@ extern "C" {
 
 namespace platform::platformd::enforce {
 
-namespace {
-
-constexpr int kSettleMs = 200;
-constexpr int kObedienceMs = 2000;
-constexpr int kFirstDelayMs = 1000;
-constexpr int kLastDelayMs = 60'000;
-constexpr std::string_view kFilePrefix = "pid.";
-
-using Words = std::vector<std::string>;
-using Clock = std::chrono::steady_clock;
+namespace children {
 
 struct Kept;
 
@@ -49,17 +40,34 @@ struct Timer : uloop_timeout {
 /// A child, from the first wish for it until it has ended and nobody wants it.
 struct Kept {
     std::string name;
-    Words wanted;   ///< none: it is to end
-    Words running;  ///< none: it does not run
+    std::vector<std::string> wanted;   ///< none: it is to end
+    std::vector<std::string> running;  ///< none: it does not run
     base::UniqueFd process;
     Watch watch{};
     Timer timer{};
     bool serves = false;
     bool is_ending = false;
-    Clock::time_point started;
+    std::chrono::steady_clock::time_point started;
     int delay_ms = 0;
     std::string trouble;
 };
+
+}  // namespace children
+
+namespace {
+
+using children::Kept;
+using children::Timer;
+using children::Watch;
+
+constexpr int kSettleMs = 200;
+constexpr int kObedienceMs = 2000;
+constexpr int kFirstDelayMs = 1000;
+constexpr int kLastDelayMs = 60'000;
+constexpr std::string_view kFilePrefix = "pid.";
+
+using Words = std::vector<std::string>;
+using Clock = std::chrono::steady_clock;
 
 std::map<std::string, Kept, std::less<>> g_children;
 
@@ -129,12 +137,12 @@ bool watch(Kept& child, pid_t pid) {
     return static_cast<bool>(child.process);
 }
 
-pid_t spawn(const Words& words) {
+pid_t spawn(const Words& words, base::UniqueFd& gate) {
     std::vector<const char*> argv;
     for (const auto& word : words)
         argv.push_back(word.c_str());
     argv.push_back(nullptr);
-    return base::start(argv.data());
+    return base::start_held(argv.data(), gate);
 }
 
 /// Without the file the next platformd would start a second one beside it.
@@ -148,18 +156,16 @@ bool write_file(const Kept& child, pid_t pid) {
 /// Why it could not be started; empty if it was.
 std::string try_start(Kept& child) {
     if (!is_installed(child.wanted[0])) return child.wanted[0] + " is not installed";
-    const pid_t pid = spawn(child.wanted);
-    if (pid < 0) return strerror(errno);
+    base::UniqueFd gate;
+    const pid_t pid = spawn(child.wanted, gate);
     child.running = child.wanted;
-    if (watch(child, pid) && write_file(child, pid)) return {};
-    const std::string error = strerror(errno);
-    kill(pid, SIGKILL);
-    return error;
+    if (pid > 0 && watch(child, pid) && write_file(child, pid) && write(gate.get(), "", 1) == 1)
+        return {};
+    return strerror(errno);
 }
 
 void start_later(Kept& child) {
-    const bool was_steady = Clock::now() - child.started > std::chrono::milliseconds(kLastDelayMs);
-    child.delay_ms = std::clamp(was_steady ? 0 : child.delay_ms * 2, kFirstDelayMs, kLastDelayMs);
+    child.delay_ms = std::clamp(child.delay_ms * 2, kFirstDelayMs, kLastDelayMs);
     uloop_timeout_set(&child.timer, child.delay_ms);
 }
 
@@ -218,6 +224,8 @@ void on_end(uloop_fd* fd, unsigned) {
     child.serves = false;
     if (!child.is_ending) {
         complain(child, "ended");
+        if (Clock::now() - child.started > std::chrono::milliseconds(kLastDelayMs))
+            child.delay_ms = 0;
         start_later(child);
     }
     pursue(child);
@@ -279,9 +287,7 @@ bool child_serves(std::string_view name) {
 
 std::string child_trouble(std::string_view name) {
     const auto* child = find(name);
-    if (!child) return "is not wanted";
-    if (child->serves) return {};
-    return child->trouble.empty() ? kStarts : child->trouble;
+    return child ? child->trouble : "";
 }
 
 bool signal_child(std::string_view name, int signal) {

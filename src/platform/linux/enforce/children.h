@@ -23,8 +23,7 @@ void keep_children(std::string_view service, const std::vector<Child>& wanted);
 
 /// Whether it runs, and has for 200 ms: by then it is ready, or has ended for want of something.
 bool child_serves(std::string_view name);
-/// Why one that is wanted does not serve, in a few words; empty when it does.
-inline constexpr char kStarts[] = "starts";
+/// What has gone wrong with one since it last served, in a few words; empty when nothing has.
 std::string child_trouble(std::string_view name);
 
 /// False when there is none that serves. One that hangs is to get SIGKILL, for it starts again like

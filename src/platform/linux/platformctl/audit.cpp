@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <time.h>
@@ -29,6 +30,15 @@ constexpr timespec kBetweenAttempts = {.tv_sec = 0, .tv_nsec = 50'000'000};
 constexpr int kMaxAttempts = 40;
 /// Requests that are under way change one side before the other.
 constexpr timespec kBeforeSecondLook = {.tv_sec = 0, .tv_nsec = 300'000'000};
+
+/// A platform that hangs is no reason to hang.
+constexpr unsigned kLongestSeconds = 120;
+
+[[noreturn]] void give_up(int) {
+    constexpr std::string_view kText = "platformctl: no audit within two minutes\n";
+    static_cast<void>(!write(STDERR_FILENO, kText.data(), kText.size()));
+    _exit(kNoAudit);
+}
 
 struct Options {
     bool json = false;
@@ -123,6 +133,8 @@ int audit(Words words) {
     Options options;
     std::string state;
     if (!parse(words, options)) return kUsageStatus;
+    signal(SIGALRM, give_up);
+    alarm(kLongestSeconds);
     if (read_text(kStateCall, options.service, state) == kControlUnknown) {
         complain("there is no service %s", options.service);
         return kNoAudit;

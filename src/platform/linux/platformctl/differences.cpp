@@ -21,6 +21,7 @@ struct Line {
 };
 
 using Lines = std::vector<Line>;
+using Differences = std::vector<Difference>;
 using Profiles = std::map<unsigned long, std::string>;
 
 constexpr char kQos[] = "qos";
@@ -28,10 +29,10 @@ constexpr char kProfiles[] = "qos_profiles";
 
 constexpr const char* kGroups[] = {"not told", "not in force", "cannot be enforced", "warning"};
 
-constexpr char kTablesOnly[] = "tables only";
-constexpr char kPlatformOnly[] = "platform only";
-constexpr char kKernelLacks[] = "kernel lacks";
-constexpr char kKernelOnly[] = "kernel only";
+constexpr std::string_view kTablesOnly = "tables only";
+constexpr std::string_view kPlatformOnly = "platform only";
+constexpr std::string_view kKernelLacks = "kernel lacks";
+constexpr std::string_view kKernelOnly = "kernel only";
 
 /// Cuts the first word off.
 std::string_view take_word(std::string_view& text) {
@@ -59,7 +60,7 @@ Lines surplus(Lines of, Lines than) {
     return found;
 }
 
-void append(std::vector<Difference>& all, Group group, const char* side, const Lines& lines) {
+void append(Differences& all, Group group, std::string_view side, const Lines& lines) {
     for (const auto& line : lines)
         all.push_back({group, line.service, side, line.text});
 }
@@ -84,19 +85,16 @@ Profiles take_profiles(Lines& told) {
 /// Says the rates in the place of the mark that stands for a profile; returns its number, 0 if the
 /// line names none.
 unsigned long name_profile(std::string& rule, const Profiles& profiles) {
-    for (const std::string_view option : {"--mark-set ", "--mark-or "}) {
-        const auto begin = rule.find(option);
-        if (begin == rule.npos) continue;
-        const auto number = begin + option.size();
-        const auto mark = strtoul(rule.c_str() + number, nullptr, 0);
-        const auto id = mark >> kQueueMarkShift;
-        const auto found = profiles.find(id);
-        if (found == profiles.end()) return 0;
-        rule.replace(begin, std::min(rule.find(' ', number), rule.size()) - begin,
-                     "profile" + found->second);
-        return id;
-    }
-    return 0;
+    constexpr std::string_view kOption = "--mark-or ";
+    const auto begin = rule.find(kOption);
+    if (begin == rule.npos) return 0;
+    const auto number = begin + kOption.size();
+    const auto id = strtoul(rule.c_str() + number, nullptr, 0) >> kQueueMarkShift;
+    const auto found = profiles.find(id);
+    if (found == profiles.end()) return 0;
+    const auto end = std::min(rule.find(' ', number), rule.size());
+    rule.replace(begin, end - begin, "profile" + found->second);
+    return id;
 }
 
 /// Returns the profiles that no rule names.
@@ -105,6 +103,54 @@ Profiles name_profiles(Lines& rules, const Profiles& profiles) {
     for (auto& rule : rules)
         unused.erase(name_profile(rule.text, profiles));
     return unused;
+}
+
+/// What tables and platform say, and what their networks hold of the daemon's chains.
+struct Sides {
+    Lines asked, told;
+    Lines asked_rules, rules;
+};
+
+/// Before its first set-up QoS holds what requests have said since, and that is no difference.
+void leave_out_qos(Sides& sides, Differences& all) {
+    for (auto* lines : {&sides.asked, &sides.told, &sides.asked_rules, &sides.rules})
+        std::erase_if(*lines, [](const Line& line) {
+            return line.service == kQos || line.service == kProfiles;
+        });
+    append(all, Group::Warning, "",
+           {{kQos, "libqos_init has not been called: what is stored is not asked for"}});
+}
+
+void name_profiles(Sides& sides, Differences& all) {
+    name_profiles(sides.asked_rules, take_profiles(sides.asked));
+    for (const auto& [id, rates] : name_profiles(sides.rules, take_profiles(sides.told)))
+        append(all, Group::Warning, "",
+               {{kProfiles, "no rule uses profile " + std::to_string(id) + rates}});
+}
+
+/// Each side's surplus, under what it is called.
+void compare(Differences& all, Group group, std::string_view first_only, const Lines& first,
+             std::string_view second_only, const Lines& second) {
+    append(all, group, first_only, surplus(first, second));
+    append(all, group, second_only, surplus(second, first));
+}
+
+/// What platformd has compared by itself.
+void append_platforms(Differences& all, std::string_view platform) {
+    constexpr struct {
+        const char* kind;
+        Group group;
+        std::string_view side;
+    } kKinds[] = {
+        {kAuditMissing, Group::NotInForce, kKernelLacks},
+        {kAuditForeign, Group::NotInForce, kKernelOnly},
+        {kAuditWrong, Group::NotInForce, ""},
+        {kAuditWaiting, Group::NotInForce, ""},
+        {kAuditCannot, Group::Cannot, ""},
+        {kAuditWarning, Group::Warning, ""},
+    };
+    for (const auto& [kind, group, side] : kKinds)
+        append(all, group, side, lines_of(platform, kind));
 }
 
 // --- Texts come from rows, which anybody may have written: only ASCII goes out as it is.
@@ -120,6 +166,10 @@ std::string quoted(std::string_view text) {
     return out + '"';
 }
 
+const char* group_name(const Difference& difference) {
+    return kGroups[static_cast<int>(difference.group)];
+}
+
 }  // namespace
 
 bool has_played_qos(std::string_view platform) {
@@ -127,35 +177,14 @@ bool has_played_qos(std::string_view platform) {
 }
 
 std::vector<Difference> differences(const Findings& findings) {
-    const auto platform_lines = [&](const char* kind) { return lines_of(findings.platform, kind); };
-    auto asked = lines_of(findings.asked, kAuditTold);
-    auto told = platform_lines(kAuditTold);
-    auto asked_rules = lines_of(findings.asked, kAuditTool);
-    auto rules = lines_of(findings.in_kernel, kAuditTool);
-    std::vector<Difference> all;
-    if (!has_played_qos(findings.platform)) {
-        const auto is_qos = [](const Line& line) {
-            return line.service == kQos || line.service == kProfiles;
-        };
-        for (auto* lines : {&asked, &told, &asked_rules, &rules})
-            std::erase_if(*lines, is_qos);
-        append(all, Group::Warning, "",
-               {{kQos, "libqos_init has not been called: what is stored is not asked for"}});
-    }
-    name_profiles(asked_rules, take_profiles(asked));
-    for (const auto& [id, rates] : name_profiles(rules, take_profiles(told)))
-        append(all, Group::Warning, "",
-               {{kProfiles, "no rule uses profile " + std::to_string(id) + rates}});
-    append(all, Group::NotTold, kTablesOnly, surplus(asked, told));
-    append(all, Group::NotTold, kPlatformOnly, surplus(told, asked));
-    append(all, Group::NotInForce, kKernelLacks, surplus(asked_rules, rules));
-    append(all, Group::NotInForce, kKernelOnly, surplus(rules, asked_rules));
-    append(all, Group::NotInForce, kKernelLacks, platform_lines(kAuditMissing));
-    append(all, Group::NotInForce, kKernelOnly, platform_lines(kAuditForeign));
-    append(all, Group::NotInForce, "", platform_lines(kAuditWrong));
-    append(all, Group::NotInForce, "", platform_lines(kAuditWaiting));
-    append(all, Group::Cannot, "", platform_lines(kAuditCannot));
-    append(all, Group::Warning, "", platform_lines(kAuditWarning));
+    Sides sides{lines_of(findings.asked, kAuditTold), lines_of(findings.platform, kAuditTold),
+                lines_of(findings.asked, kAuditTool), lines_of(findings.in_kernel, kAuditTool)};
+    Differences all;
+    if (!has_played_qos(findings.platform)) leave_out_qos(sides, all);
+    name_profiles(sides, all);
+    compare(all, Group::NotTold, kTablesOnly, sides.asked, kPlatformOnly, sides.told);
+    compare(all, Group::NotInForce, kKernelLacks, sides.asked_rules, kKernelOnly, sides.rules);
+    append_platforms(all, findings.platform);
     append(all, Group::Warning, "", lines_of(findings.asked, kAuditWarning));
     std::ranges::sort(all);
     return all;
@@ -166,17 +195,15 @@ bool is_drift(const Difference& difference) {
 }
 
 void print_text(const Difference& difference) {
-    printf("%s: %s: %s%s%s\n", kGroups[static_cast<int>(difference.group)],
-           difference.service.c_str(), difference.side, *difference.side ? ": " : "",
-           difference.text.c_str());
+    const std::string side(difference.side);
+    printf("%s: %s: %s%s%s\n", group_name(difference), difference.service.c_str(), side.c_str(),
+           side.empty() ? "" : ": ", difference.text.c_str());
 }
 
 void print_json(const Difference& difference) {
-    printf(R"({"group":%s,"service":%s,"side":%s,"text":%s})"
-           "\n",
-           quoted(kGroups[static_cast<int>(difference.group)]).c_str(),
-           quoted(difference.service).c_str(), quoted(difference.side).c_str(),
-           quoted(difference.text).c_str());
+    printf("{\"group\":%s,\"service\":%s,\"side\":%s,\"text\":%s}\n",
+           quoted(group_name(difference)).c_str(), quoted(difference.service).c_str(),
+           quoted(difference.side).c_str(), quoted(difference.text).c_str());
 }
 
 }  // namespace platform::platformctl

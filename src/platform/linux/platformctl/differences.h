@@ -13,7 +13,7 @@ enum class Group { NotTold, NotInForce, Cannot, Warning };
 struct Difference {
     Group group;
     std::string service;
-    const char* side;  ///< who alone has it; "" where that says nothing
+    std::string_view side;  ///< who alone has it; "" where that says nothing
     std::string text;
 
     auto operator<=>(const Difference& other) const = default;

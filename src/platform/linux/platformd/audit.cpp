@@ -2,11 +2,14 @@
 
 #include <net/if.h>
 
+#include <cstring>
 #include <fstream>
 
 #include "platform/linux/audit_line.h"
 #include "platform/linux/enforce/applier.h"
 #include "platform/linux/enforce/audit.h"
+#include "platform/linux/enforce/shape.h"
+#include "platform/linux/enforce/tc.h"
 #include "platform/linux/platformd/callees.h"
 #include "platform/linux/services/netif_devices.h"
 
@@ -38,21 +41,50 @@ void append_warnings(std::string& out) {
         warn("bridge-nf-call-iptables is on: other firewalls judge what goes from LAN to LAN");
 }
 
-/// What a service says of itself: things that no kernel can be made to do, and, where it acts on
-/// more than rules, what is not as it should be.
-void append_sayings(std::string& out, const Service& service) {
-    std::string said;
-    if (service.print) service.print(said);
-    for_each_line(said, [&](std::string_view line) {
-        if (line.starts_with(kNotEnforced))
-            append_audit_line(out, kAuditCannot, service.name, line);
+void append_cannot(std::string& out, const char* service, std::string_view line) {
+    if (line.starts_with(kNotEnforced)) line.remove_prefix(strlen(kNotEnforced));
+    append_audit_line(out, kAuditCannot, service, line);
+}
+
+/// Of a state only what can never be counts.
+void append_unenforceable(std::string& out, const Service& service) {
+    std::string state;
+    if (service.print && !service.calls.empty()) service.print(state);
+    for_each_line(state, [&](std::string_view line) {
+        if (is_unenforceable(line)) append_cannot(out, service.name, line);
     });
-    if (!enforce::is_on() || !service.outside || !service.outside->observe) return;
-    said.clear();
-    service.outside->observe(said);
-    for_each_line(said, [&](std::string_view line) {
-        append_audit_line(out, kAuditWrong, service.name, line);
+}
+
+/// What has been seen to be other than asked for, as `Outside::observe` tells it.
+void append_seen(std::string& out, const char* service, const std::string& seen) {
+    for_each_line(seen, [&](std::string_view line) {
+        if (line.starts_with(enforce::kWarning))
+            append_audit_line(out, kAuditWarning, service, line.substr(strlen(enforce::kWarning)));
+        else if (is_unenforceable(line))
+            append_cannot(out, service, line);
+        else
+            append_audit_line(out, kAuditWrong, service, line);
     });
+}
+
+void append_outside(std::string& out, const Service& service) {
+    std::string seen;
+    if (service.outside && service.outside->observe) service.outside->observe(seen);
+    append_seen(out, service.name, seen);
+}
+
+void append_queues(std::string& out) {
+    std::string seen;
+    enforce::tc_audit(enforce::wanted_trees(), seen);
+    append_seen(out, kEnforcement, seen);
+}
+
+/// Where the kernel and what stands around it is not what the states ask for.
+void append_kernel(std::string& out) {
+    enforce::audit_kernel(out);
+    append_queues(out);
+    for (auto* owner = ServiceRegistration::first(); owner; owner = owner->next)
+        append_outside(out, owner->service);
 }
 
 }  // namespace
@@ -65,9 +97,9 @@ void append_audit(std::string& out) {
     append_told(out);
     for (auto* owner = ServiceRegistration::first(); owner; owner = owner->next) {
         if (owner->initialised) append_audit_line(out, kAuditPlayed, owner->service.name, "");
-        if (!owner->service.calls.empty()) append_sayings(out, owner->service);
+        append_unenforceable(out, owner->service);
     }
-    if (enforce::is_on()) enforce::audit_kernel(out);
+    if (enforce::is_on()) append_kernel(out);
     append_warnings(out);
 }
 

@@ -66,7 +66,7 @@ void append_told(std::string& out) {
         std::string state;
         owner->service.told(state);
         for_each_line(state, [&](std::string_view line) {
-            if (!line.starts_with(kNotEnforced))
+            if (!is_unenforceable(line))
                 append_audit_line(out, kAuditTold, owner->service.name, line);
         });
     }

@@ -20,7 +20,7 @@ struct Callee {
     /// Does what the call does; the record has the size the layout says.
     int32_t handle(void* record) const;
     /// Whether a platformd that starts anew makes the call again.
-    bool is_repeated() const { return owner->service.repeat; }
+    bool is_repeated() const { return owner->service.repeat && (!call || call->changes); }
 };
 
 /// Gathers them. False, with a line on standard error, when two services claim one name.

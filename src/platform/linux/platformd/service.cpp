@@ -22,6 +22,10 @@ ServiceRegistration* ServiceRegistration::first() {
     return g_first;
 }
 
+bool is_unenforceable(std::string_view line) {
+    return line.substr(0, line.find('"')).find(kNotEnforced) != line.npos;
+}
+
 void state_line(std::string& out, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <span>
 #include <string>
+#include <string_view>
 #include <type_traits>
 
 #include "base/linkage.h"
@@ -20,11 +21,13 @@
 
 namespace platform::platformd {
 
-/// One call: its name, the record it takes and what it does. Made by `service_call`.
+/// One call: its name, the record it takes and what it does. Made by `service_call`, or by
+/// `service_question` when it leaves the state as it is.
 struct ServiceCall {
     const char* name;
     const RecordLayout* layout;  ///< null: no record
     int32_t (*handle)(void* record, uint32_t size);
+    bool changes = true;
 };
 
 struct Service {
@@ -87,9 +90,17 @@ consteval ServiceCall service_call(const Call<Record>& call) {
     return {call.name, call.layout, handle_record<Handle, Record>};
 }
 
-/// How a line of state begins that tells of something which no kernel can be made to do; an audit
-/// shows it as such.
+template <auto Handle, class Record>
+consteval ServiceCall service_question(const Call<Record>& call) {
+    auto question = service_call<Handle>(call);
+    question.changes = false;
+    return question;
+}
+
+/// What a line of state, or one of `observe`, says before any quoted text when it tells of
+/// something that no kernel can be made to do; an audit shows it as such.
 inline constexpr char kNotEnforced[] = "not enforced: ";
+bool is_unenforceable(std::string_view line);
 
 /// Appends one line of state, indented.
 __attribute__((format(printf, 2, 3))) void state_line(std::string& out, const char* format, ...);

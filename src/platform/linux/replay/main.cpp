@@ -25,7 +25,7 @@ namespace {
 
 constexpr int kUsageStatus = 2;
 /// Whatever hangs, nobody waits longer.
-constexpr unsigned kLongestSeconds = 60;
+constexpr unsigned kLongestSeconds = 30;
 
 // What modules and tools print is about a network that does not exist.
 int take_output() {

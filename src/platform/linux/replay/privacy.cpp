@@ -17,21 +17,24 @@ namespace platform::replay {
 
 namespace {
 
-/// A folder of the daemon's, and how the files in it begin that it reads.
+/// A folder that the daemon writes to, and how the files in it begin that it reads; null: none that
+/// it has not made itself.
 struct Place {
     const char* path;
     const char* files;
 };
 
+constexpr char kRun[] = "/var/run";
+
 constexpr Place kPlaces[] = {
     {"/etc/config", ""},
     {"/config/work/valueset", "dnsfilter_hostlist"},
-    {"/tmp", "cgi_dnsfilter"},
-    {"/var/run", "zu_log"},
+    {"/tmp", nullptr},
+    {kRun, nullptr},
 };
 
 bool is_wanted(const dirent& entry, const char* files) {
-    return entry.d_name[0] != '.' && strncmp(entry.d_name, files, strlen(files)) == 0;
+    return files && entry.d_name[0] != '.' && strncmp(entry.d_name, files, strlen(files)) == 0;
 }
 
 bool copy_all(int from, int to) {
@@ -80,7 +83,8 @@ bool retreat() {
     if (mount("", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) return false;
     for (const auto& place : kPlaces)
         if (!copy_place(place)) return false;
-    return true;
+    // Where /var is /tmp it is hidden by now, and tools keep their locks there.
+    return mkdir(kRun, 0755) == 0 || errno == EEXIST;
 }
 
 }  // namespace platform::replay

@@ -2,8 +2,8 @@ extern "C" {
 #include <libubox/uloop.h>
 }
 
-#include <arpa/inet.h>
 #include <ifaddrs.h>
+#include <netdb.h>
 #include <netinet/in.h>
 #include <pwd.h>
 #include <signal.h>
@@ -24,10 +24,9 @@ namespace platform::platformd::dns_filter {
 constexpr size_t kMostHosts = 1024;
 constexpr uint32_t kAllFields = ~0U;
 constexpr char kResolvers[] = "dns_";
-constexpr int kMinuteMs = 60'000;
 
 RulesByIndex g_rules;
-/// What each resolver has last been told to read.
+/// What each resolver has read, as far as is known.
 std::map<uint8_t, std::string> g_told;
 /// The rules that answered when the time was last looked at.
 std::vector<uint8_t> g_answering;
@@ -89,15 +88,41 @@ int32_t get(st_item& item) {
     return 0;
 }
 
+void print_host(std::string& out, const char* before, uint8_t index, const std::string& host) {
+    std::string quoted;
+    append_quoted(quoted, host);
+    state_line(out, "%srule %u host %s", before, index, quoted.c_str());
+}
+
+void print_what_cannot_be(std::string& out, uint8_t index, const Rule& rule) {
+    for (const auto& host : rule.hosts)
+        if (!is_name(host)) print_host(out, kNotEnforced, index, host);
+    if (!is_time_readable(time_of(rule)))
+        state_line(out, "%srule %u auc_time", kNotEnforced, index);
+    const int earlier = earlier_rule(g_rules, index);
+    if (earlier >= 0)
+        state_line(out, "%srule %u while rule %d has the same clients", kNotEnforced, index,
+                   earlier);
+}
+
+void print_rule(std::string& out, const Rule& rule) {
+    state_record(out, "rule", kDnsFilterShortItemLayout, &rule.item);
+    for (const auto& host : rule.hosts)
+        print_host(out, "", rule.item.index, host);
+}
+
 void print(std::string& out) {
     for (const auto& [index, rule] : g_rules) {
-        state_record(out, "rule", kDnsFilterShortItemLayout, &rule.item);
-        for (const auto& host : rule.hosts) {
-            std::string quoted;
-            append_quoted(quoted, host);
-            state_line(out, "rule %u host %s", index, quoted.c_str());
-        }
+        print_rule(out, rule);
+        if (rule.item.enable == 1) print_what_cannot_be(out, index, rule);
     }
+}
+
+// A rule that is off is as good as deleted, and so is a black list of nothing.
+void told(std::string& out) {
+    for (const auto& [index, rule] : g_rules)
+        if (rule.item.enable == 1 && (rule.item.mode != 0 || !rule.hosts.empty()))
+            print_rule(out, rule);
 }
 
 // The list is where it was read before, or what the daemon has put there since.
@@ -110,34 +135,35 @@ void repeat(CallList& calls) {
     }
 }
 
-tm local_time() {
+std::vector<uint8_t> answering_now() {
     const time_t seconds = time(nullptr);
     tm now{};
     tzset();
     localtime_r(&seconds, &now);
-    return now;
+    return answering(g_rules, now);
 }
 
-std::vector<uint8_t> answering_now() {
-    return answering(g_rules, local_time());
+bool is_answering(uint8_t index) {
+    return std::ranges::find(g_answering, index) != g_answering.end();
 }
 
-// A clock that is set is noticed like one that goes on.
+void watch_clock();
+
 void on_minute(uloop_timeout*) {
-    uloop_timeout_set(&g_clock, kMinuteMs);
     if (answering_now() != g_answering) enforce::changed();
+    watch_clock();
 }
 
+// It is looked at at the full minutes, so that a clock that is set is noticed like one that goes
+// on.
 void watch_clock() {
-    const bool is_needed = std::ranges::any_of(
-        g_rules, [](const auto& entry) { return !time_of(entry.second).empty(); });
-    if (!is_needed) {
-        uloop_timeout_cancel(&g_clock);
-        return;
-    }
-    if (g_clock.pending) return;
     g_clock.cb = on_minute;
-    uloop_timeout_set(&g_clock, static_cast<int>(60 - time(nullptr) % 60) * 1000);
+    const bool has_times = std::ranges::any_of(
+        g_rules, [](const auto& entry) { return !time_of(entry.second).empty(); });
+    if (has_times)
+        uloop_timeout_set(&g_clock, static_cast<int>(60 - time(nullptr) % 60) * 1000);
+    else
+        uloop_timeout_cancel(&g_clock);
 }
 
 /// Whether a process of ours could become that user: in a container some may be nobody.
@@ -152,29 +178,31 @@ bool has_user(const passwd& user) {
 const char* resolver_user() {
     for (const char* name : {"dnsmasq", "nobody"})
         if (const auto* user = getpwnam(name); user && has_user(*user)) return name;
-    return "root";
+    return "";
 }
 
-/// The LAN's first address of each kind, as text.
+/// The first of the LAN's addresses of a family that are good beyond the link; empty: none.
+std::string lan_address(const ifaddrs* all, int family) {
+    char text[NI_MAXHOST];
+    const socklen_t size = family == AF_INET ? sizeof(sockaddr_in) : sizeof(sockaddr_in6);
+    for (const auto* one = all; one; one = one->ifa_next) {
+        const auto* address = one->ifa_addr;
+        if (!address || address->sa_family != family) continue;
+        if (strcmp(one->ifa_name, enforce::kLanBridge) != 0) continue;
+        const bool is_named =
+            getnameinfo(address, size, text, sizeof(text), nullptr, 0, NI_NUMERICHOST) == 0;
+        if (is_named && !strchr(text, '%')) return text;
+    }
+    return {};
+}
+
 std::vector<std::string> gateway_addresses() {
     std::vector<std::string> found;
     ifaddrs* all = nullptr;
     if (getifaddrs(&all) != 0) return found;
-    bool has_four = false, has_six = false;
-    for (const auto* one = all; one; one = one->ifa_next) {
-        if (!one->ifa_addr || strcmp(one->ifa_name, enforce::kLanBridge) != 0) continue;
-        char text[INET6_ADDRSTRLEN];
-        const auto* four = reinterpret_cast<const sockaddr_in*>(one->ifa_addr);
-        const auto* six = reinterpret_cast<const sockaddr_in6*>(one->ifa_addr);
-        if (one->ifa_addr->sa_family == AF_INET && !has_four) {
-            found.push_back(inet_ntop(AF_INET, &four->sin_addr, text, sizeof(text)));
-            has_four = true;
-        } else if (one->ifa_addr->sa_family == AF_INET6 && !has_six &&
-                   !IN6_IS_ADDR_LINKLOCAL(&six->sin6_addr)) {
-            found.push_back(inet_ntop(AF_INET6, &six->sin6_addr, text, sizeof(text)));
-            has_six = true;
-        }
-    }
+    for (const int family : {AF_INET, AF_INET6})
+        if (auto address = lan_address(all, family); !address.empty())
+            found.push_back(std::move(address));
     freeifaddrs(all);
     return found;
 }
@@ -184,13 +212,14 @@ bool has_file(uint8_t index, const std::string& text) {
     return read_own_file(name) == text || write_own_file(name, text, kForAll);
 }
 
+// One that starts reads its file by itself, and a signal that comes too early would end it.
 void tell(uint8_t index) {
     const auto name = resolver_name(index);
     const auto text = servers_text(g_rules.at(index));
-    if (!enforce::child_serves(name))
-        g_told.erase(index);
-    else if (g_told[index] != text && enforce::signal_child(name, SIGHUP))
-        g_told[index] = text;
+    auto& told = g_told.try_emplace(index, enforce::child_serves(name) ? "" : text).first->second;
+    if (told == text) return;
+    told.clear();
+    if (enforce::signal_child(name, SIGHUP)) told = text;
 }
 
 void remove_files(const std::vector<enforce::Child>& kept) {
@@ -211,6 +240,7 @@ void follow() {
             {name, resolver_words(index, rule, own_path(name), resolver_user(), gateway)});
     }
     enforce::keep_children(kResolvers, resolvers);
+    std::erase_if(g_told, [](const auto& told) { return !is_answering(told.first); });
     for (const auto index : g_answering)
         tell(index);
     remove_files(resolvers);
@@ -224,37 +254,13 @@ void release() {
     g_told.clear();
 }
 
-void observe_list(std::string& out, uint8_t index, const Rule& rule) {
-    for (const auto& host : rule.hosts) {
-        if (is_name(host)) continue;
-        std::string quoted;
-        append_quoted(quoted, host);
-        state_line(out, "rule %u: not enforced: %s is no name", index, quoted.c_str());
-    }
-    if (!is_time_readable(time_of(rule)))
-        state_line(out, "rule %u: its time cannot be read, and so is always", index);
-}
-
-void observe_resolver(std::string& out, uint8_t index, const Rule& rule) {
-    const auto name = resolver_name(index);
-    const auto trouble = enforce::child_trouble(name);
-    if (!trouble.empty())
-        state_line(out, "rule %u: not enforced: its resolver: %s", index, trouble.c_str());
-    if (read_own_file(name) != servers_text(rule))
-        state_line(out, "rule %u: not enforced: its resolver has another list", index);
-}
-
 void observe(std::string& out) {
-    const auto now = local_time();
-    const auto all = answering(g_rules, now);
-    for (const auto& [index, rule] : g_rules) {
-        if (rule.item.enable != 1) continue;
-        observe_list(out, index, rule);
-        if (!is_due(rule, now)) continue;
-        if (std::ranges::find(all, index) != all.end())
-            observe_resolver(out, index, rule);
-        else
-            state_line(out, "rule %u: not enforced: another has the same clients", index);
+    for (const auto index : answering_now()) {
+        const auto name = resolver_name(index);
+        const auto trouble = enforce::child_trouble(name);
+        if (!trouble.empty()) state_line(out, "rule %u: its resolver: %s", index, trouble.c_str());
+        if (read_own_file(name) != servers_text(g_rules.at(index)))
+            state_line(out, "rule %u: its resolver has another list", index);
     }
 }
 
@@ -281,7 +287,7 @@ ServiceRegistration g_registration({.name = "dns_filter",
                                     .reset = reset,
                                     .calls = kCalls,
                                     .print = print,
-                                    .told = print,
+                                    .told = told,
                                     .rules = &kRules,
                                     .outside = &kOutside,
                                     .repeat = repeat});

@@ -9,6 +9,10 @@
 
 namespace platform::platformd::dns_filter {
 
+struct Hours {
+    int begin, end;  ///< minutes of the day
+};
+
 namespace {
 
 constexpr uint8_t kBlackList = 0;
@@ -29,10 +33,6 @@ constexpr int kHourMinutes = 60;
 constexpr int kDayMinutes = 24 * kHourMinutes;
 constexpr int kWeekDays = 7;
 constexpr unsigned kAllDays = (1U << kWeekDays) - 1;  ///< bit 0 is Monday
-
-struct Hours {
-    int begin, end;  ///< minutes of the day
-};
 
 unsigned port_of(uint8_t index) {
     return kFirstPort + index;
@@ -179,6 +179,13 @@ std::vector<uint8_t> answering(const RulesByIndex& rules, const tm& now) {
     return found;
 }
 
+int earlier_rule(const RulesByIndex& rules, uint8_t index) {
+    const auto client = of_client(rules.at(index));
+    for (const auto& [other, rule] : rules)
+        if (other < index && rule.item.enable == 1 && of_client(rule) == client) return other;
+    return -1;
+}
+
 std::string resolver_name(uint8_t index) {
     return "dns_" + std::to_string(index);
 }
@@ -188,12 +195,13 @@ std::string resolver_name(uint8_t index) {
 std::string servers_text(const Rule& rule) {
     const bool passes = rule.item.action == kOnlyLog;
     std::string text;
-    if (passes || rule.item.mode == kBlackList) text = std::string("server=") + kUpstream + '\n';
+    if (passes || rule.item.mode == kBlackList)
+        text.append("server=").append(kUpstream).append("\n");
     if (passes) return text;
+    const char* whom = rule.item.mode == kWhiteList ? kUpstream : "";
     for (const auto& host : rule.hosts)
         if (is_name(host))
-            text +=
-                "server=/" + host + '/' + (rule.item.mode == kWhiteList ? kUpstream : "") + '\n';
+            text.append("server=/").append(host).append("/").append(whom).append("\n");
     return text;
 }
 
@@ -214,7 +222,7 @@ std::vector<std::string> resolver_words(uint8_t index, const Rule& rule,
                                    "--cache-size=0",
                                    "--servers-file=" + servers_path,
                                    "--user=" + user};
-    if (user == "root") words.push_back("--group=root");
+    if (user.empty()) words.push_back("--group=");
     if (rule.item.action == kOnlyLog) words.push_back("--log-queries");
     if (rule.item.action != kAnswerGateway) return words;
     const auto answer = [&](const std::string& host) {

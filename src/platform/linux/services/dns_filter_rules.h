@@ -49,11 +49,16 @@ bool is_due(const Rule& rule, const tm& now);
 /// all, and of several the one with the lowest index.
 std::vector<uint8_t> answering(const RulesByIndex& rules, const tm& now);
 
+/// The first of the rules that are switched on, stand before it and have the same clients; -1:
+/// none.
+int earlier_rule(const RulesByIndex& rules, uint8_t index);
+
 /// Name of the rule's resolver, and of the file that tells it whom to ask.
 std::string resolver_name(uint8_t index);
 /// That file's text.
 std::string servers_text(const Rule& rule);
-/// The resolver's command line. `gateway`: addresses that are answered instead of a name's own.
+/// The resolver's command line. `user`: whom it runs as; empty: as whoever starts it. `gateway`:
+/// addresses that are answered instead of a name's own.
 std::vector<std::string> resolver_words(uint8_t index, const Rule& rule,
                                         const std::string& servers_path, const std::string& user,
                                         std::span<const std::string> gateway);

@@ -1,14 +1,16 @@
 #include "platform/linux/services/ip_filter_rules.h"
 
-#include <arpa/inet.h>
-
 #include <algorithm>
 #include <cstring>
 #include <string_view>
 
+#include "platform/linux/services/packet_text.h"
+
 namespace platform::platformd::ip_filter {
 
 using enforce::kLanBridge;
+using packet_text::address_match, packet_text::port_match;
+using packet_text::Addresses, packet_text::Ports;
 
 namespace {
 
@@ -30,22 +32,6 @@ constexpr Protocol kProtocols[] = {
     {17, "meta l4proto udp ", true, {IPPROTO_UDP, IPPROTO_UDP}},
 };
 
-struct Address {
-    int family = AF_UNSPEC;  ///< for any address
-    uint8_t bytes[sizeof(in6_addr)] = {};
-};
-
-/// Ranges hold both their ends.
-struct Addresses {
-    Address first, last;
-};
-
-struct Ports {
-    uint32_t first = 0, last = UINT16_MAX;
-
-    bool any() const { return first == 0 && last == UINT16_MAX; }
-};
-
 struct Match {
     const Protocol* protocol;
     Addresses wan, lan;
@@ -58,36 +44,10 @@ struct Side {
     const Ports& ports;
 };
 
-bool parse(const char (&text)[40], Address& address) {
-    if (text[0] == '\0' || text[0] == ' ') return true;
-    if (strnlen(text, sizeof(text)) == sizeof(text)) return false;
-    address.family = strchr(text, ':') ? AF_INET6 : AF_INET;
-    return inet_pton(address.family, text, address.bytes) == 1;
-}
-
-std::string text_of(const Address& address) {
-    char text[INET6_ADDRSTRLEN];
-    inet_ntop(address.family, address.bytes, text, sizeof(text));
-    return text;
-}
-
-// One end alone: a start stands for itself, an end for nothing.
-bool parse(const char (&from)[40], const char (&to)[40], Addresses& addresses) {
-    auto& [first, last] = addresses;
-    if (!parse(from, first) || !parse(to, last)) return false;
-    if (first.family == AF_UNSPEC || last.family == AF_UNSPEC) last = first;
-    if (first.family != last.family) return false;
-    if (memcmp(first.bytes, last.bytes, sizeof(first.bytes)) > 0) std::swap(first, last);
-    return true;
-}
-
-// A range that nobody has filled in is any port, like an address that nobody has.
-bool parse_ports(uint32_t from, uint32_t to, Ports& ports) {
-    if (from > UINT16_MAX || to > UINT16_MAX) return false;
-    if (from == 0 && to == 0) return true;
-    const auto [first, last] = std::minmax(from, to == 0 ? from : to);
-    ports = {first, last};
-    return true;
+// A member that is full to its end holds no address.
+bool parse(const char (&first)[40], const char (&last)[40], Addresses& addresses) {
+    if (!memchr(first, '\0', sizeof(first)) || !memchr(last, '\0', sizeof(last))) return false;
+    return packet_text::parse(std::string_view(first), std::string_view(last), addresses);
 }
 
 bool parse(const st_filter_list& rule, Match& match) {
@@ -97,21 +57,8 @@ bool parse(const st_filter_list& rule, Match& match) {
     if (!parse(rule.ac_src_sip, rule.ac_src_eip, match.lan)) return false;
     const int wan = match.wan.first.family, lan = match.lan.first.family;
     if (wan != AF_UNSPEC && lan != AF_UNSPEC && wan != lan) return false;
-    return parse_ports(rule.ui_dst_sport, rule.ui_dst_eport, match.wan_ports) &&
-           parse_ports(rule.ui_src_sport, rule.ui_src_eport, match.lan_ports);
-}
-
-std::string address_match(const char* which, const Addresses& addresses) {
-    if (addresses.first.family == AF_UNSPEC) return {};
-    const auto first = text_of(addresses.first), last = text_of(addresses.last);
-    return std::string(addresses.first.family == AF_INET6 ? "ip6 " : "ip ") + which + ' ' +
-           (first == last ? first : first + '-' + last) + ' ';
-}
-
-std::string port_match(const char* which, const Ports& ports) {
-    if (ports.any()) return {};
-    const auto first = std::to_string(ports.first), last = std::to_string(ports.last);
-    return std::string("th ") + which + ' ' + (first == last ? first : first + '-' + last) + ' ';
+    return packet_text::parse(rule.ui_dst_sport, rule.ui_dst_eport, match.wan_ports) &&
+           packet_text::parse(rule.ui_src_sport, rule.ui_src_eport, match.lan_ports);
 }
 
 /// What packets from `source` to `destination` look like.

@@ -1,73 +1,90 @@
-#include <algorithm>
 #include <array>
-#include <map>
 
-#include "platform/include/records/loopback.h"
 #include "platform/linux/platformd/service.h"
+#include "platform/linux/services/loopback_closed.h"
+#include "platform/linux/services/loopback_ports.h"
+#include "platform/linux/services/loopback_rules.h"
 
 namespace platform::platformd::loopback {
 
-constexpr uint32_t kLargestVlan = 4094;
-
-/// Plugs or pulls a cable loop: what this machine's ports cannot find by themselves.
+/// Says that a LAN port is in a loop, or not, beside what is found: for machines without ports.
 constexpr Call kLoopSet{"platformd_loopback_state_set", kLoopbackResultLayout};
 
-st_loopback_detection_time g_time;
-std::map<uint32_t, st_loopback_detection_attr> g_ports;
-std::array<uint32_t, kLoopbackLanPorts> g_states;
+Settings g_settings;
+std::array<uint32_t, kLoopbackLanPorts> g_said;
 
-// The cables stay where they are.
+// What was said of loops stays.
 void reset() {
-    g_time = {};
-    g_ports.clear();
+    g_settings = {};
 }
 
 int32_t time_set(st_loopback_detection_time& time) {
-    g_time = time;
+    g_settings.time = time;
     return 0;
-}
-
-bool makes_sense(const st_loopback_detection_attr& attr) {
-    return attr.enable <= 1 && attr.port < kLoopbackPorts && attr.ethtype <= UINT16_MAX &&
-           attr.tagnum <= std::size(attr.tag) &&
-           std::ranges::all_of(attr.tag, [](uint32_t tag) { return tag <= kLargestVlan; });
 }
 
 int32_t start(st_loopback_detection_attr& attr) {
     if (!makes_sense(attr)) return -1;
-    g_ports[attr.port] = attr;
+    g_settings.ports[attr.port] = attr;
     return 0;
 }
 
+uint32_t status_of(uint32_t port) {
+    return in_loop(port) ? 1 : g_said[port];
+}
+
 int32_t result_get(st_loopback_detection_result& result) {
-    if (result.port >= g_states.size()) return -1;
-    result.status = g_states[result.port];
+    if (result.port >= g_said.size()) return -1;
+    result.status = status_of(result.port);
     return 0;
 }
 
 int32_t state_set(st_loopback_detection_result& result) {
-    if (result.port >= g_states.size()) return -1;
-    g_states[result.port] = result.status;
+    if (result.port >= g_said.size()) return -1;
+    g_said[result.port] = result.status;
     return 0;
 }
 
 void told(std::string& out) {
-    state_record(out, "time", kLoopbackTimeLayout, &g_time);
-    for (const auto& [port, attr] : g_ports)
+    state_record(out, "time", kLoopbackTimeLayout, &g_settings.time);
+    for (const auto& [port, attr] : g_settings.ports)
         state_record(out, "detection", kLoopbackAttrLayout, &attr);
 }
 
 void print(std::string& out) {
     told(out);
-    for (size_t port = 0; port < g_states.size(); ++port)
-        state_line(out, "loop port=%zu status=%u", port, g_states[port]);
+    for (uint32_t port = 0; port < g_said.size(); ++port)
+        state_line(out, "loop port=%u status=%u", port, status_of(port));
+    print_ports(out);
 }
+
+void render(enforce::RuleText& text) {
+    render(g_settings, gateway_number(), text);
+}
+
+void follow() {
+    follow(g_settings);
+}
+
+void repeat(CallList& calls) {
+    calls.add(kLoopbackTimeSet, g_settings.time);
+    for (const auto& [port, attr] : g_settings.ports)
+        calls.add(kLoopbackStart, attr);
+    for (uint32_t port = 0; port < g_said.size(); ++port)
+        if (g_said[port] != 0) calls.add(kLoopSet, {port, g_said[port]});
+    repeat_closed(calls);
+}
+
+constexpr enforce::OwnedChain kChains[] = {kProbes};
+constexpr enforce::Rules kRules{.chains = kChains, .render = render};
+constexpr enforce::Outside kOutside{.follow = follow, .observe = observe, .release = release};
 
 constexpr ServiceCall kCalls[] = {
     service_call<time_set>(kLoopbackTimeSet),
     service_call<start>(kLoopbackStart),
-    service_call<result_get>(kLoopbackResultGet),
+    service_question<result_get>(kLoopbackResultGet),
     service_call<state_set>(kLoopSet),
+    service_call<set_closed>(kPortClosed),
 };
 
 ServiceRegistration g_registration({.name = "loopback",
@@ -75,6 +92,9 @@ ServiceRegistration g_registration({.name = "loopback",
                                     .reset = reset,
                                     .calls = kCalls,
                                     .print = print,
-                                    .told = told});
+                                    .told = told,
+                                    .rules = &kRules,
+                                    .outside = &kOutside,
+                                    .repeat = repeat});
 
 }  // namespace platform::platformd::loopback

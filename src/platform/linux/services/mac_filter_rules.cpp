@@ -1,32 +1,23 @@
 #include "platform/linux/services/mac_filter_rules.h"
 
-#include <netinet/ether.h>
-
 #include <cstring>
+
+#include "platform/linux/services/packet_text.h"
 
 namespace platform::platformd::mac_filter {
 
 namespace {
 
-bool parse(const st_macfilter_item& item, ether_addr& address) {
-    return strnlen(item.mac, sizeof(item.mac)) == sizeof(item.mac) - 1 &&
-           ether_aton_r(item.mac, &address);
-}
-
-std::string text_of(const ether_addr& address) {
-    char text[sizeof(st_macfilter_item::mac)];
-    const auto* octets = address.ether_addr_octet;
-    snprintf(text, sizeof(text), "%02x:%02x:%02x:%02x:%02x:%02x", octets[0], octets[1], octets[2],
-             octets[3], octets[4], octets[5]);
-    return text;
+/// Empty when the item's address is none.
+std::string address_of(const st_macfilter_item& item) {
+    return packet_text::mac_text({item.mac, strnlen(item.mac, sizeof(item.mac))});
 }
 
 void render(const MacFilter& filter, const Place& place, enforce::RuleText& text) {
     for (const auto& item : filter.items) {
-        ether_addr address;
-        if (!parse(item, address)) continue;
-        text.element(item.mac_kind == kMacKindHost ? place.hosts : place.destinations,
-                     text_of(address));
+        const auto address = address_of(item);
+        if (address.empty()) continue;
+        text.element(item.mac_kind == kMacKindHost ? place.hosts : place.destinations, address);
     }
     std::string from;
     if (place.chain.family == enforce::Family::Inet)
@@ -44,8 +35,7 @@ void render(const MacFilter& filter, const Place& place, enforce::RuleText& text
 }  // namespace
 
 bool makes_sense(const st_macfilter_item& item) {
-    ether_addr address;
-    return parse(item, address) &&
+    return !address_of(item).empty() &&
            (item.mac_kind == kMacKindHost || item.mac_kind == kMacKindDestination);
 }
 

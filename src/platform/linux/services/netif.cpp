@@ -6,8 +6,11 @@
 #include <cstring>
 #include <iterator>
 #include <map>
+#include <utility>
 
 #include "platform/include/records/netif.h"
+#include "platform/linux/enforce/applier.h"
+#include "platform/linux/enforce/learnt.h"
 #include "platform/linux/enforce/marks.h"
 #include "platform/linux/platformd/service.h"
 #include "platform/linux/record_text.h"
@@ -40,6 +43,9 @@ Interfaces known_from_the_factory() {
 }
 
 Interfaces g_interfaces = known_from_the_factory();
+
+/// Hosts whose flushes wait for the kernel to follow.
+std::vector<enforce::MacAddress> g_to_forget;
 
 std::string name_of(const ifinfo& interface) {
     return {interface.if_name, strnlen(interface.if_name, sizeof(interface.if_name))};
@@ -78,7 +84,16 @@ int32_t find_by_port(ifinfo& interface) {
 
 // What was learnt comes back with the host's next frame, so nothing is left to show.
 int32_t learnt_flush(st_lrn_flush& flush) {
-    return flush.kind == kLearntFromHost ? 0 : -1;
+    if (flush.kind != kLearntFromHost) return -1;
+    const auto host = std::to_array(flush.mac);
+    if (enforce::is_on() && std::ranges::find(g_to_forget, host) == g_to_forget.end())
+        g_to_forget.push_back(host);
+    return 0;
+}
+
+// Rules that were made before are in force now: what is learnt anew meets them.
+void follow() {
+    if (!g_to_forget.empty()) enforce::forget_hosts(std::exchange(g_to_forget, {}));
 }
 
 const char* role_name(uint32_t role) {
@@ -123,6 +138,8 @@ std::vector<std::string> bridge_members() {
     return names;
 }
 
+constexpr enforce::Outside kOutside{.follow = follow};
+
 constexpr ServiceCall kCalls[] = {
     service_call<add>(kInterfaceAdd),
     service_call<del>(kInterfaceDel),
@@ -131,7 +148,7 @@ constexpr ServiceCall kCalls[] = {
 };
 
 ServiceRegistration g_registration(
-    {.name = "netif", .calls = kCalls, .print = print, .repeat = repeat});
+    {.name = "netif", .calls = kCalls, .print = print, .outside = &kOutside, .repeat = repeat});
 
 std::vector<std::string> wan_devices() {
     std::vector<std::string> names;

@@ -182,7 +182,11 @@ void print_direction(std::string& out, const Direction& direction) {
         state_line(out, "%s smart rate=%u", direction.name, direction.smart.rate_limit);
 }
 
-constexpr Devices kDevices{netif::lan_port, netif::wlan};
+bool is_wan(const std::string& name) {
+    return std::ranges::count(netif::wan_devices(), name) > 0;
+}
+
+constexpr Devices kDevices{netif::lan_port, netif::wlan, is_wan};
 
 void print_left_out(std::string& out) {
     enforce::RuleText rules;
@@ -192,29 +196,59 @@ void print_left_out(std::string& out) {
         state_line(out, "%s%s", kNotEnforced, line.c_str());
 }
 
-void print_told(std::string& out) {
-    print_uplink(out, g_qos.uplink);
-    const auto& down = g_qos.downlink;
+void print_records(std::string& out, const Qos& qos) {
+    print_uplink(out, qos.uplink);
+    const auto& down = qos.downlink;
     state_line(out, "downlink enable=%u bandwidth=%u force_weight=%u", down.ui_enable,
                down.ui_band_width, down.ui_force_weight_en);
-    for (const auto& direction : g_qos.directions)
+    for (const auto& direction : qos.directions)
         print_direction(out, direction);
-    for (const auto& [name, queue] : g_qos.apps)
+    for (const auto& [name, queue] : qos.apps)
         print_app(out, name, queue);
-    for (const auto& [index, item] : g_qos.items)
+    for (const auto& [index, item] : qos.items)
         state_record(out, "item", kQosItemLayout, &item);
-    print_limits(out, g_qos.limits);
-    for (const auto& [name, speed] : g_qos.speeds)
+    print_limits(out, qos.limits);
+    for (const auto& [name, speed] : qos.speeds)
         state_record(out, "interface", kInterfaceSpeedLayout, &speed);
-    if (g_qos.tr069.ui_enable == 1) state_line(out, "tr069 port=%u", g_qos.tr069.ui_port);
-    if (g_qos.voip.st_ctrl.em_kind == kVoipControl)
-        state_line(out, "voip control_dscp=%u data_dscp=%u", g_qos.voip.st_ctrl.ui_dscp,
-                   g_qos.voip.st_data[0].ui_dscp);
+    if (qos.tr069.ui_enable == 1) state_line(out, "tr069 port=%u", qos.tr069.ui_port);
+    if (qos.voip.st_ctrl.em_kind == kVoipControl)
+        state_line(out, "voip control_dscp=%u data_dscp=%u", qos.voip.st_ctrl.ui_dscp,
+                   qos.voip.st_data[0].ui_dscp);
+}
+
+// Whose turn it is by priority has no use for a weight.
+void leave_out_unused(zu_sal_qos_queue_attr_s& queue) {
+    if (queue.ui_enable == 0)
+        queue = {};
+    else if (queue.em_plan == kPlanPriority)
+        queue.ui_weight = 0;
+}
+
+void leave_out_queues(Direction& direction) {
+    for (auto& queue : direction.queues)
+        queue = {};
+}
+
+// A direction that is off has no queues, whatever was said of them.
+void told(std::string& out) {
+    auto qos = g_qos;
+    for (auto& direction : qos.directions)
+        for (auto& queue : direction.queues)
+            leave_out_unused(queue);
+    if (qos.uplink.ui_enable == 0) {
+        qos.uplink = {};
+        leave_out_queues(qos.up());
+    }
+    if (qos.downlink.ui_enable == 0) {
+        qos.downlink = {};
+        leave_out_queues(qos.down());
+    }
+    print_records(out, qos);
 }
 
 // What is enforced depends on the devices, too.
 void print(std::string& out) {
-    print_told(out);
+    print_records(out, g_qos);
     print_left_out(out);
 }
 
@@ -224,7 +258,7 @@ void render(enforce::RuleText& text) {
 }
 
 void shape(enforce::Trees& trees) {
-    shape(g_qos, trees);
+    shape(g_qos, kDevices, trees);
     shape_limits(g_qos.limits, kDevices, trees);
 }
 
@@ -295,7 +329,7 @@ ServiceRegistration g_registration({.name = "qos",
                                     .reset = reset,
                                     .calls = kCalls,
                                     .print = print,
-                                    .told = print_told,
+                                    .told = told,
                                     .rules = &kRules,
                                     .shape = shape,
                                     .repeat = repeat});

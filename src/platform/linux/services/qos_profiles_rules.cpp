@@ -23,8 +23,8 @@ std::string by_mark(const Profiles& profiles, Place tree) {
     return start + classes + " }";
 }
 
-void clear_mark(enforce::RuleText& text, const enforce::OwnedChain& chain, uint32_t then = 0) {
-    text.rule(chain, "meta mark set meta mark & 0x%08x | 0x%08x", ~kMarkMask, then);
+void clear_mark(enforce::RuleText& text, const enforce::OwnedChain& chain) {
+    text.rule(chain, "meta mark set meta mark & 0x%08x", ~kMarkMask);
 }
 
 }  // namespace
@@ -35,7 +35,8 @@ void clear_mark(enforce::RuleText& text, const enforce::OwnedChain& chain, uint3
 void render(const Profiles& profiles, enforce::RuleText& text) {
     if (!profiles.empty()) {
         text.rule(kHostUp, "%s", by_mark(profiles, Place::HostsUp).c_str());
-        clear_mark(text, kHostOut, kFromGatewayMark);
+        text.rule(kHostOut, "meta mark set meta mark & 0x%08x | 0x%08x", ~kMarkMask,
+                  kFromGatewayMark);
         text.rule(kHostDown, "meta mark & 0x%08x != 0 %s", kFromGatewayMark,
                   by_mark(profiles, Place::HostsDown).c_str());
         clear_mark(text, kHostDown);

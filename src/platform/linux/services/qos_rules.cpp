@@ -108,11 +108,13 @@ Action action_of(const Direction& direction, const zu_sal_qos_flow_queue_s& flow
 
 /// Marks that cannot be written are left out, the packets are queued all the same.
 void drop_bad_marks(const std::string& name, Action& action, Lines& lines) {
+    bool dropped = false;
     for (auto* dscp : {&action.dscp4, &action.dscp6}) {
         if (!*dscp || **dscp <= kLastDscp) continue;
-        lines.leave_out(name, "its mark is beyond 63");
         dscp->reset();
+        dropped = true;
     }
+    if (dropped) lines.leave_out(name, "its mark is beyond 63");
 }
 
 void add_flows(const Direction& direction, const Devices& devices, Lines& lines) {
@@ -178,9 +180,10 @@ void render(const Qos& qos, const Devices& devices, enforce::RuleText& text, Lef
     if (qos.downlink.ui_enable == 1) render_down(qos, devices, text, left_out);
     render_limits(qos.limits, devices, text, left_out);
     for (const auto& [name, speed] : qos.speeds) {
+        if (devices.is_wan(name)) continue;
         std::string line = "speed of ";
         append_quoted(line, name);
-        left_out.push_back(line + ": what an interface can do is not limited here");
+        left_out.push_back(line + ": it does not lead to the provider");
     }
 }
 

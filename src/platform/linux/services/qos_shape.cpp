@@ -76,12 +76,12 @@ enforce::QueueClass leaf_by_weight(const zu_sal_qos_queue_attr_s& queue, const L
     const auto& [sum, least] = line.weights;
     const uint64_t weight = queue.ui_weight;
     const auto share = sum == 0 ? 0 : static_cast<uint32_t>(line.bandwidth * weight / sum);
-    const auto turns = weight == 0 ? 1 : weight / least;
+    const auto turn = weight == 0 ? kTurn : std::min(kTurn * weight / least, kLongestTurn);
     return {.minor = leaf_number(queue),
             .parent = kWhole,
             .rate = std::max(share, 1U),
             .ceil = line.forced_weights ? std::max(share, 1U) : line.bandwidth,
-            .quantum = static_cast<uint32_t>(std::min(turns * kTurn, kLongestTurn))};
+            .quantum = static_cast<uint32_t>(turn)};
 }
 
 bool has_leaf(const enforce::Tree& tree, uint16_t minor) {
@@ -118,6 +118,22 @@ uint32_t bandwidth_of(uint32_t bandwidth, const st_smart_qos_profile& smart) {
     return bandwidth != 0 && (smart.rate_limit == 0 || same) ? bandwidth : bandwidth_of(smart);
 }
 
+/// Which of an interface's speeds is meant.
+enum Way { kOut, kIn };
+
+/// The smaller of both; 0 is none.
+uint32_t smaller(uint32_t one, uint32_t other) {
+    return one == 0 || other == 0 ? std::max(one, other) : std::min(one, other);
+}
+
+/// How fast the line to the provider is; 0: nobody has said so.
+uint32_t speed_of_line(const Qos& qos, const Devices& devices, Way way) {
+    uint32_t speed = 0;
+    for (const auto& [name, interface] : qos.speeds)
+        if (devices.is_wan(name)) speed = smaller(speed, interface.ui_speed[way]);
+    return speed;
+}
+
 void add_tree(const Direction& direction, uint32_t bandwidth, bool forced_weights,
               enforce::Place place, enforce::Trees& trees) {
     if (bandwidth != 0)
@@ -141,13 +157,17 @@ uint16_t leaf_of_queue(const Direction& direction, uint32_t number) {
 }
 
 // The daemon switches the upstream on with its profile, and the owner may switch it off again; the
-// downlink's profile stands alone.
-void shape(const Qos& qos, enforce::Trees& trees) {
+// downlink's profile stands alone. How fast the line is counts where there is a direction's QoS.
+void shape(const Qos& qos, const Devices& devices, enforce::Trees& trees) {
     const auto& [up, down] = qos.directions;
     if (qos.uplink.ui_enable == 1)
-        add_tree(up, bandwidth_of(qos.uplink.ui_band_width, up.smart),
+        add_tree(up,
+                 smaller(bandwidth_of(qos.uplink.ui_band_width, up.smart),
+                         speed_of_line(qos, devices, kOut)),
                  qos.uplink.ui_force_weight_en == 1, enforce::Place::Wan, trees);
-    const auto wanted = qos.downlink.ui_enable == 1 ? qos.downlink.ui_band_width : 0;
+    uint32_t wanted = 0;
+    if (qos.downlink.ui_enable == 1)
+        wanted = smaller(qos.downlink.ui_band_width, speed_of_line(qos, devices, kIn));
     add_tree(down, bandwidth_of(wanted, down.smart), qos.downlink.ui_force_weight_en == 1,
              enforce::Place::Lan, trees);
 }

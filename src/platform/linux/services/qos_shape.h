@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "platform/linux/enforce/trees.h"
+#include "platform/linux/services/qos_devices.h"
 #include "platform/linux/services/qos_state.h"
 
 // The queues of both directions in the kernel: below one class with the direction's bandwidth a
@@ -19,6 +20,6 @@ uint16_t leaf_of(const Direction& direction, uint32_t asked);
 /// The same for a queue by its number.
 uint16_t leaf_of_queue(const Direction& direction, uint32_t number);
 
-void shape(const Qos& qos, enforce::Trees& trees);
+void shape(const Qos& qos, const Devices& devices, enforce::Trees& trees);
 
 }  // namespace platform::platformd::qos

@@ -177,7 +177,7 @@ std::string inspector_trouble() {
     if (g_list.empty() || g_held == wanted_id() || g_awaits_answer) return {};
     if (g_socket) return "appcfg-inspect does not take the list";
     const auto trouble = enforce::child_trouble(kChildName);
-    return trouble == enforce::kStarts ? "" : "appcfg-inspect: " + trouble;
+    return trouble.empty() ? "" : "appcfg-inspect: " + trouble;
 }
 
 }  // namespace platform::platformd::url_filter

@@ -30,14 +30,19 @@ constexpr Side kSides[] = {Side::Ingress, Side::Egress};
 /// The kernel's own, 32, is less than two big packets' worth of frames.
 constexpr unsigned kIfbQueue = 1000;
 
-/// A leaf longer than this would hold seconds of a slow queue.
-constexpr int kShortQueue = 60;
-constexpr int kFairQueue = 1000;
+constexpr uint32_t kFrame = 1514;
 
 /// What may go at once: enough for some frames, and for what is due while nobody looks.
 uint32_t burst(uint64_t bytes_per_second) {
     constexpr uint64_t kLeast = 6000, kMost = 1 << 20, kLooksPerSecond = 250;
     return static_cast<uint32_t>(std::clamp(bytes_per_second / kLooksPerSecond, kLeast, kMost));
+}
+
+/// What waits at most, in bytes: an eighth of a second, or answers to what comes the other way
+/// would wait for seconds behind it.
+uint32_t room(uint64_t bytes_per_second) {
+    constexpr uint64_t kLeast = 16 * kFrame, kMost = 4 << 20, kOfSecond = 8;
+    return static_cast<uint32_t>(std::clamp(bytes_per_second / kOfSecond, kLeast, kMost));
 }
 
 uint64_t bytes(uint32_t kbit) {
@@ -71,10 +76,11 @@ Device device_of(rtnl_link* link) {
                   .master = rtnl_link_get_master(link),
                   .is_up = (rtnl_link_get_flags(link) & IFF_UP) != 0,
                   .is_ifb = false,
-                  .gso_max_size = 0};
+                  .cuts = false};
     const char* type = rtnl_link_get_type(link);
     device.is_ifb = type && std::string_view(type) == "ifb";
-    rtnl_link_get_gso_max_size(link, &device.gso_max_size);
+    uint32_t frames = 0;
+    device.cuts = rtnl_link_get_gso_max_segs(link, &frames) == 0 && frames == 1;
     return device;
 }
 
@@ -125,6 +131,22 @@ int read_redirect(int device, Side side, std::vector<Redirect>& redirects) {
     }
     if (found) redirects.push_back(redirect);
     return 0;
+}
+
+HeldClass held_class(rtnl_class* one) {
+    auto* tc = TC_CAST(one);
+    const auto parent = rtnl_tc_get_parent(tc);
+    uint64_t rate = 0, ceil = 0;
+    rtnl_htb_get_rate64(one, &rate);
+    rtnl_htb_get_ceil64(one, &ceil);
+    return {{.minor = static_cast<uint16_t>(rtnl_tc_get_handle(tc) & kMinorMask),
+             .parent = static_cast<uint16_t>(parent == TC_H_ROOT ? 0 : parent & kMinorMask),
+             .rate = kbit(rate),
+             .ceil = kbit(ceil),
+             .priority = rtnl_htb_get_prio(one),
+             .quantum = rtnl_htb_get_quantum(one)},
+            rtnl_tc_get_stat(tc, RTNL_TC_PACKETS),
+            rtnl_tc_get_stat(tc, RTNL_TC_DROPS)};
 }
 
 bool takes_filters(const Qdisc& qdisc) {
@@ -189,25 +211,15 @@ int read(Picture& picture) {
     return 0;
 }
 
-int read_classes(int device, Place place, std::vector<QueueClass>& classes) {
+int read_classes(int device, Place place, std::vector<HeldClass>& classes) {
     nl_cache* filled = nullptr;
     const int result = rtnl_class_alloc_cache(route::socket(), device, &filled);
     if (result < 0) return result;
     const Held<nl_cache> cache(filled);
     for (auto* one = first<rtnl_class>(cache); one; one = next(one)) {
         auto* tc = TC_CAST(one);
-        const auto id = rtnl_tc_get_handle(tc), parent = rtnl_tc_get_parent(tc);
-        if ((id & ~kMinorMask) != handle(place)) continue;
-        uint64_t rate = 0, ceil = 0;
-        rtnl_htb_get_rate64(one, &rate);
-        rtnl_htb_get_ceil64(one, &ceil);
-        classes.push_back(
-            {.minor = static_cast<uint16_t>(id & kMinorMask),
-             .parent = static_cast<uint16_t>(parent == TC_H_ROOT ? 0 : parent & kMinorMask),
-             .rate = kbit(rate),
-             .ceil = kbit(ceil),
-             .priority = rtnl_htb_get_prio(one),
-             .quantum = rtnl_htb_get_quantum(one)});
+        if ((rtnl_tc_get_handle(tc) & ~kMinorMask) != handle(place)) continue;
+        classes.push_back(held_class(one));
     }
     return 0;
 }
@@ -217,7 +229,6 @@ int add_ifb(const char* name) {
     rtnl_link_set_name(link.get(), name);
     rtnl_link_set_type(link.get(), "ifb");
     rtnl_link_set_txqlen(link.get(), kIfbQueue);
-    rtnl_link_set_flags(link.get(), IFF_UP);
     return rtnl_link_add(route::socket(), link.get(), NLM_F_CREATE | NLM_F_EXCL);
 }
 
@@ -233,12 +244,12 @@ int delete_device(int device) {
     return rtnl_link_delete(route::socket(), link.get());
 }
 
-int set_gso_max_size(int device, uint32_t size) {
+int set_cutting(int device) {
     const Held<nl_msg> message(nlmsg_alloc_simple(RTM_SETLINK, 0));
     ifinfomsg header{};
     header.ifi_index = device;
     nlmsg_append(message.get(), &header, sizeof(header), NLMSG_ALIGNTO);
-    nla_put_u32(message.get(), IFLA_GSO_MAX_SIZE, size);
+    nla_put_u32(message.get(), IFLA_GSO_MAX_SEGS, 1);
     return route::request(message.get());
 }
 
@@ -275,18 +286,20 @@ int delete_class(int device, Place place, uint16_t minor) {
     return rtnl_class_delete(route::socket(), gone.get());
 }
 
-int add_leaf(int device, Place place, uint16_t minor) {
+int set_leaf(int device, Place place, const QueueClass& wanted) {
+    constexpr int kAlsoAgain = NLM_F_CREATE | NLM_F_REPLACE;
     static bool fair = true;
+    const auto most = room(bytes(wanted.ceil));
     if (fair) {
-        const auto leaf = leaf_of(device, place, minor, "fq_codel");
-        rtnl_qdisc_fq_codel_set_limit(leaf.get(), kFairQueue);
-        const int result = rtnl_qdisc_add(route::socket(), leaf.get(), NLM_F_CREATE);
+        const auto leaf = leaf_of(device, place, wanted.minor, "fq_codel");
+        rtnl_qdisc_fq_codel_set_limit(leaf.get(), static_cast<int>(most / kFrame));
+        const int result = rtnl_qdisc_add(route::socket(), leaf.get(), kAlsoAgain);
         if (result != -NLE_OBJ_NOTFOUND && result != -NLE_OPNOTSUPP) return result;
         fair = false;
     }
-    const auto leaf = leaf_of(device, place, minor, "pfifo");
-    rtnl_qdisc_fifo_set_limit(leaf.get(), kShortQueue);
-    return rtnl_qdisc_add(route::socket(), leaf.get(), NLM_F_CREATE);
+    const auto leaf = leaf_of(device, place, wanted.minor, "bfifo");
+    rtnl_qdisc_fifo_set_limit(leaf.get(), static_cast<int>(most));
+    return rtnl_qdisc_add(route::socket(), leaf.get(), kAlsoAgain);
 }
 
 int add_redirect(const Redirect& redirect) {

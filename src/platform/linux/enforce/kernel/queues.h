@@ -17,7 +17,7 @@ struct Device {
     int master;  ///< index of the bridge that it is a port of; 0: none
     bool is_up;
     bool is_ifb;
-    uint32_t gso_max_size;
+    bool cuts;  ///< lets only single frames through, and cuts what is bigger
 };
 
 struct Qdisc {
@@ -26,6 +26,12 @@ struct Qdisc {
     uint32_t parent;
     std::string kind;
     uint32_t default_class;  ///< of HTB
+};
+
+/// A class, and the packets that it let pass and that found no room.
+struct HeldClass : QueueClass {
+    uint64_t passed;
+    uint64_t dropped;
 };
 
 /// As a filter's parent.
@@ -50,21 +56,22 @@ constexpr uint32_t handle(Place place, uint16_t minor = 0) {
 
 int read(Picture& picture);
 /// The classes of a device that are of a place, in no order.
-int read_classes(int device, Place place, std::vector<QueueClass>& classes);
+int read_classes(int device, Place place, std::vector<HeldClass>& classes);
 
-/// Makes the device and has it up.
+/// Makes the device, down.
 int add_ifb(const char* name);
+int set_cutting(int device);
 int set_up(int device);
 int delete_device(int device);
-int set_gso_max_size(int device, uint32_t bytes);
 
 int add_root(int device, Place place, uint16_t default_minor);
 int delete_root(int device, Place place);
 /// Adds a class or gives it other rates.
 int set_class(int device, Place place, const QueueClass& wanted);
 int delete_class(int device, Place place, uint16_t minor);
-/// Gives a class without children a short queue.
-int add_leaf(int device, Place place, uint16_t minor);
+/// Gives a class without children a queue that is short for its rate, fair among its flows where
+/// the kernel can.
+int set_leaf(int device, Place place, const QueueClass& wanted);
 
 int add_redirect(const Redirect& redirect);
 /// What filters hang on goes with the last of them.

@@ -3,16 +3,19 @@
 #include <netlink/errno.h>
 
 #include <algorithm>
+#include <cinttypes>
 #include <cstdarg>
 #include <cstdio>
 
 #include "platform/linux/enforce/kernel/queues.h"
 #include "platform/linux/enforce/marks.h"
+#include "platform/linux/platformd/service.h"
 #include "platform/linux/services/netif_devices.h"
 
 namespace platform::platformd::enforce::tc {
 
 using queues::Device;
+using queues::HeldClass;
 using queues::Picture;
 using queues::Qdisc;
 using queues::Redirect;
@@ -20,15 +23,17 @@ using queues::Side;
 
 constexpr Place kPlaces[] = {Place::HostsUp, Place::HostsDown, Place::Wan, Place::Lan};
 
-/// Below this rate on a WAN device a packet that is to be cut into many frames holds up all others
-/// for too long, so that it is to be cut before it queues.
+constexpr char kUp[] = "ifb-up";
+constexpr char kDown[] = "ifb-dn";
+constexpr char kCut[] = "ifb-cut";
+constexpr const char* kIfbs[] = {kUp, kDown, kCut};
+
+/// Below this rate, kbit/s, a packet of many frames would hold up all others for too long.
 constexpr uint32_t kSlow = 50'000;
-constexpr uint32_t kOneFrame = 1514;
-constexpr uint32_t kManyFrames = 65536;
 
 const char* ifb_of(Place place) {
-    if (place == Place::HostsUp) return "ifb-up";
-    return place == Place::HostsDown ? "ifb-dn" : nullptr;
+    if (place == Place::HostsUp) return kUp;
+    return place == Place::HostsDown ? kDown : nullptr;
 }
 
 std::vector<std::string> devices_of(Place place) {
@@ -36,18 +41,48 @@ std::vector<std::string> devices_of(Place place) {
     return {place == Place::Lan ? kLanBridge : ifb_of(place)};
 }
 
+const Device* find(const Picture& picture, const std::string& name) {
+    const auto found = std::ranges::find(picture.devices, name, &Device::name);
+    return found == picture.devices.end() ? nullptr : &*found;
+}
+
+const Device* find(const Picture& picture, int index) {
+    const auto found = std::ranges::find(picture.devices, index, &Device::index);
+    return found == picture.devices.end() ? nullptr : &*found;
+}
+
 bool is_foreign(const Qdisc* root, Place place) {
     return root && (root->kind != "htb" || root->handle != queues::handle(place));
 }
 
+uint32_t total(const Tree& tree) {
+    uint32_t most = 0;
+    for (const auto& one : tree.classes)
+        if (one.parent == 0) most = std::max(most, one.ceil);
+    return most;
+}
+
+bool is_slow(const Trees& trees, Place place) {
+    const auto tree = trees.find(place);
+    return tree != trees.end() && total(tree->second) < kSlow;
+}
+
+bool wants(const Trees& trees, const std::string& ifb) {
+    if (ifb == kUp) return trees.contains(Place::HostsUp);
+    if (ifb == kDown) return trees.contains(Place::HostsDown);
+    return is_slow(trees, Place::Wan) || is_slow(trees, Place::Lan);
+}
+
+bool is_leaf(uint16_t minor, const Tree& tree) {
+    return std::ranges::find(tree.classes, minor, &QueueClass::parent) == tree.classes.end();
+}
+
 /// Children cannot be without their parents, and a class that moves is another one. Its place among
 /// its siblings takes effect on an empty queue only.
-bool can_stay(const QueueClass& held, const Tree& tree, const std::vector<QueueClass>& all) {
+bool can_stay(const QueueClass& held, const Tree& tree, const std::vector<HeldClass>& all) {
     const auto wanted = std::ranges::find(tree.classes, held.minor, &QueueClass::minor);
     if (wanted == tree.classes.end() || wanted->parent != held.parent) return false;
-    const bool is_leaf =
-        std::ranges::find(tree.classes, held.minor, &QueueClass::parent) == tree.classes.end();
-    if (is_leaf && wanted->priority != held.priority) return false;
+    if (is_leaf(held.minor, tree) && wanted->priority != held.priority) return false;
     const auto parent = std::ranges::find(all, held.parent, &QueueClass::minor);
     return held.parent == 0 || (parent != all.end() && can_stay(*parent, tree, all));
 }
@@ -70,10 +105,10 @@ class Walk {
     void hopeless(const std::string& what);
     bool look();
 
-    const Device* find(const std::string& name) const;
-    const Device* find(int index) const;
     const Qdisc* root_of(const Device& device) const;
     bool takes_filters_in_only(const Device& device) const;
+    const Device* working(const char* ifb) const;
+    const Device* cutter_of(Place place) const;
     std::vector<Redirect> wanted_redirects() const;
     bool wants_root(Place place, const Device& device) const;
 
@@ -81,16 +116,15 @@ class Walk {
     void remove_roots();
     void remove_ifbs();
     void make_ifbs();
+    void set_ifbs();
     void follow_tree(Place place, const Tree& tree, const std::string& name);
     bool has_root(Place place, const Tree& tree, const Device& device);
     void follow_classes(Place place, const Tree& tree, const Device& device);
     void remove_classes(Place place, const Tree& tree, const Device& device,
-                        std::vector<QueueClass>& held);
-    void follow_class(Place place, const QueueClass& wanted, const Device& device,
-                      const std::vector<QueueClass>& held);
-    void follow_leaf(Place place, const QueueClass& wanted, const Device& device, bool is_new);
-    void set_frames(const Device& device, bool slow);
-    void follow_frames();
+                        std::vector<HeldClass>& held);
+    bool follow_class(Place place, const QueueClass& wanted, const Device& device,
+                      const std::vector<HeldClass>& held);
+    void follow_leaf(Place place, const QueueClass& wanted, const Device& device, bool measure);
     void add_redirects();
 
     const Trees& trees_;
@@ -136,16 +170,6 @@ bool Walk::look() {
     return false;
 }
 
-const Device* Walk::find(const std::string& name) const {
-    const auto found = std::ranges::find(picture_.devices, name, &Device::name);
-    return found == picture_.devices.end() ? nullptr : &*found;
-}
-
-const Device* Walk::find(int index) const {
-    const auto found = std::ranges::find(picture_.devices, index, &Device::index);
-    return found == picture_.devices.end() ? nullptr : &*found;
-}
-
 /// Not the kernel's own.
 const Qdisc* Walk::root_of(const Device& device) const {
     for (const auto& qdisc : picture_.qdiscs)
@@ -160,16 +184,29 @@ bool Walk::takes_filters_in_only(const Device& device) const {
     });
 }
 
-// What leads to a device that is down drops every packet.
+/// Where a tree's packets are cut first.
+const Device* Walk::cutter_of(Place place) const {
+    return is_slow(trees_, place) ? working(kCut) : nullptr;
+}
+
+/// What leads to a device that is down drops every packet.
+const Device* Walk::working(const char* ifb) const {
+    const auto* device = wants(trees_, ifb) ? find(picture_, ifb) : nullptr;
+    return device && device->is_up ? device : nullptr;
+}
+
 std::vector<Redirect> Walk::wanted_redirects() const {
     std::vector<Redirect> wanted;
-    const auto* lan = find(kLanBridge);
-    const auto* up = trees_.contains(Place::HostsUp) ? find("ifb-up") : nullptr;
-    const auto* down = trees_.contains(Place::HostsDown) ? find("ifb-dn") : nullptr;
-    if (lan && up && up->is_up) wanted.push_back({lan->index, Side::Ingress, up->index});
+    const auto *lan = find(picture_, kLanBridge), *up = working(kUp), *down = working(kDown);
+    if (lan && up) wanted.push_back({lan->index, Side::Ingress, up->index});
     for (const auto& device : picture_.devices)
-        if (lan && down && down->is_up && device.master == lan->index)
+        if (lan && down && device.master == lan->index)
             wanted.push_back({device.index, Side::Egress, down->index});
+    for (const auto place : {Place::Wan, Place::Lan})
+        for (const auto& name : devices_of(place))
+            if (const auto* cut = cutter_of(place), *device = find(picture_, name);
+                cut && device && !is_foreign(root_of(*device), place))
+                wanted.push_back({device->index, Side::Egress, cut->index});
     return wanted;
 }
 
@@ -187,7 +224,7 @@ bool is_among(const std::vector<Redirect>& all, const Redirect& wanted) {
 void Walk::remove_redirects() {
     const auto wanted = wanted_redirects();
     for (const auto& redirect : picture_.redirects) {
-        const auto* device = find(redirect.device);
+        const auto* device = find(picture_, redirect.device);
         if (!device || is_among(wanted, redirect)) continue;
         if (differs("%s: leads to queues that are not asked for", device->name.c_str()))
             did(queues::delete_redirect(redirect));
@@ -202,33 +239,38 @@ void Walk::remove_roots() {
             if (root->handle != queues::handle(place) || wants_root(place, device)) continue;
             if (differs("%s: queues that are not asked for", device.name.c_str()))
                 did(queues::delete_root(device.index, place));
-            if (place == Place::Wan) set_frames(device, false);
         }
     }
 }
 
 // A device that something still leads to takes all traffic with it.
 void Walk::remove_ifbs() {
-    for (const auto place : {Place::HostsUp, Place::HostsDown}) {
-        const auto* device = find(ifb_of(place));
-        if (!device || !device->is_ifb || trees_.contains(place) || failed_) continue;
-        if (differs("%s: a device that is not asked for", device->name.c_str()))
+    for (const char* ifb : kIfbs) {
+        const auto* device = find(picture_, ifb);
+        if (!device || !device->is_ifb || wants(trees_, ifb) || failed_) continue;
+        if (differs("%s: a device that is not asked for", ifb))
             did(queues::delete_device(device->index));
     }
 }
 
 void Walk::make_ifbs() {
-    for (const auto place : {Place::HostsUp, Place::HostsDown}) {
-        if (!trees_.contains(place)) continue;
-        const auto* device = find(ifb_of(place));
-        if (!device && differs("%s: no device", ifb_of(place))) did(queues::add_ifb(ifb_of(place)));
-        if (device && !device->is_up && differs("%s: down", ifb_of(place)))
-            did(queues::set_up(device->index));
+    for (const char* ifb : kIfbs)
+        if (wants(trees_, ifb) && !find(picture_, ifb) && differs("%s: no device", ifb))
+            did(queues::add_ifb(ifb));
+}
+
+void Walk::set_ifbs() {
+    for (const char* ifb : kIfbs) {
+        const auto* device = wants(trees_, ifb) ? find(picture_, ifb) : nullptr;
+        if (!device) continue;
+        if (ifb == kCut && !device->cuts && differs("%s: lets big packets through", ifb))
+            did(queues::set_cutting(device->index));
+        if (!device->is_up && differs("%s: down", ifb)) did(queues::set_up(device->index));
     }
 }
 
 void Walk::follow_tree(Place place, const Tree& tree, const std::string& name) {
-    const auto* device = find(name);
+    const auto* device = find(picture_, name);
     if (device && has_root(place, tree, *device)) follow_classes(place, tree, *device);
     if (!device && !mends_ && !ifb_of(place)) told_ += "warning: " + name + ": no device\n";
 }
@@ -254,22 +296,19 @@ bool Walk::has_root(Place place, const Tree& tree, const Device& device) {
 }
 
 void Walk::follow_classes(Place place, const Tree& tree, const Device& device) {
-    std::vector<QueueClass> held;
+    std::vector<HeldClass> held;
     if (const int result = queues::read_classes(device.index, place, held); result < 0)
         return hopeless(device.name + ": " + nl_geterror(result));
     remove_classes(place, tree, device, held);
-    for (const auto& wanted : tree.classes)
-        follow_class(place, wanted, device, held);
-    for (const auto& wanted : tree.classes)
-        if (std::ranges::find(tree.classes, wanted.minor, &QueueClass::parent) ==
-            tree.classes.end())
-            follow_leaf(place, wanted, device,
-                        std::ranges::find(held, wanted.minor, &QueueClass::minor) == held.end());
+    for (const auto& wanted : tree.classes) {
+        const bool measure = follow_class(place, wanted, device, held);
+        if (is_leaf(wanted.minor, tree)) follow_leaf(place, wanted, device, measure);
+    }
 }
 
 /// Those without children first; what is removed is no longer held.
 void Walk::remove_classes(Place place, const Tree& tree, const Device& device,
-                          std::vector<QueueClass>& held) {
+                          std::vector<HeldClass>& held) {
     const auto all = held;
     for (bool again = true; again;) {
         const auto gone = std::ranges::find_if(held, [&](const QueueClass& one) {
@@ -280,70 +319,50 @@ void Walk::remove_classes(Place place, const Tree& tree, const Device& device,
         if (!again) break;
         const auto minor = gone->minor;
         held.erase(gone);
-        if (differs("%s: class %x:%x is not asked for", device.name.c_str(),
+        if (differs("%s: class %x:%x is not as asked for", device.name.c_str(),
                     static_cast<unsigned>(place), minor))
             did(queues::delete_class(device.index, place, minor));
     }
 }
 
-void Walk::follow_class(Place place, const QueueClass& wanted, const Device& device,
-                        const std::vector<QueueClass>& held) {
-    const auto found = std::ranges::find(held, wanted.minor, &QueueClass::minor);
+/// Whether what waits behind the class has to be measured anew.
+bool Walk::follow_class(Place place, const QueueClass& wanted, const Device& device,
+                        const std::vector<HeldClass>& held) {
+    const auto found = std::ranges::find(held, wanted.minor, &HeldClass::minor);
     const char* name = device.name.c_str();
     const auto major = static_cast<unsigned>(place);
-    if (found != held.end() && found->rate == wanted.rate && found->ceil == wanted.ceil &&
-        found->quantum == wanted.quantum)
-        return;
-    const bool mends =
-        found == held.end()
-            ? differs("%s: no class %x:%x", name, major, wanted.minor)
-            : differs("%s: class %x:%x rate=%u ceil=%u quantum=%u instead of %u %u %u", name, major,
-                      wanted.minor, found->rate, found->ceil, found->quantum, wanted.rate,
-                      wanted.ceil, wanted.quantum);
-    if (mends) did(queues::set_class(device.index, place, wanted));
+    if (found == held.end())
+        return !differs("%s: no class %x:%x", name, major, wanted.minor) ||
+               did(queues::set_class(device.index, place, wanted));
+    if (found->rate != wanted.rate || found->ceil != wanted.ceil ||
+        found->quantum != wanted.quantum)
+        if (differs("%s: class %x:%x rate=%u ceil=%u quantum=%u instead of %u %u %u", name, major,
+                    wanted.minor, found->rate, found->ceil, found->quantum, wanted.rate,
+                    wanted.ceil, wanted.quantum))
+            did(queues::set_class(device.index, place, wanted));
+    return found->ceil != wanted.ceil;
 }
 
-void Walk::follow_leaf(Place place, const QueueClass& wanted, const Device& device, bool is_new) {
+void Walk::follow_leaf(Place place, const QueueClass& wanted, const Device& device, bool measure) {
     const auto parent = queues::handle(place, wanted.minor);
     const bool has_leaf = std::ranges::any_of(picture_.qdiscs, [&](const Qdisc& qdisc) {
         return qdisc.device == device.index && qdisc.parent == parent;
     });
-    if (is_new ? !mends_ : has_leaf) return;
+    if (measure ? !mends_ : has_leaf) return;
     if (differs("%s: class %x:%x has no queue of its own", device.name.c_str(),
                 static_cast<unsigned>(place), wanted.minor))
-        did(queues::add_leaf(device.index, place, wanted.minor));
-}
-
-uint32_t total(const Tree& tree) {
-    uint32_t most = 0;
-    for (const auto& one : tree.classes)
-        if (one.parent == 0) most = std::max(most, one.ceil);
-    return most;
-}
-
-void Walk::set_frames(const Device& device, bool slow) {
-    if (slow == (device.gso_max_size == kOneFrame)) return;
-    if (differs("%s: packets of %u bytes", device.name.c_str(), device.gso_max_size))
-        did(queues::set_gso_max_size(device.index, slow ? kOneFrame : kManyFrames));
-}
-
-void Walk::follow_frames() {
-    const auto tree = trees_.find(Place::Wan);
-    const bool slow = tree != trees_.end() && total(tree->second) < kSlow;
-    for (const auto& name : netif::wan_devices())
-        if (const auto* device = find(name); device && !is_foreign(root_of(*device), Place::Wan))
-            set_frames(*device, slow);
+        did(queues::set_leaf(device.index, place, wanted));
 }
 
 void Walk::add_redirects() {
     for (const auto& wanted : wanted_redirects()) {
-        const auto* device = find(wanted.device);
+        const auto* device = find(picture_, wanted.device);
         if (is_among(picture_.redirects, wanted)) continue;
         if (wanted.side == Side::Egress && takes_filters_in_only(*device)) {
             hopeless(device->name + ": has an ingress queue of another program");
             continue;
         }
-        if (differs("%s: does not lead to the hosts' queues", device->name.c_str()))
+        if (differs("%s: does not lead to queues that are asked for", device->name.c_str()))
             did(queues::add_redirect(wanted));
     }
 }
@@ -356,12 +375,23 @@ bool Walk::go() {
     remove_ifbs();
     make_ifbs();
     if (changed_ && !look()) return false;
+    set_ifbs();
+    if (changed_ && !look()) return false;
     for (const auto& [place, tree] : trees_)
         for (const auto& name : devices_of(place))
             follow_tree(place, tree, name);
-    follow_frames();
     add_redirects();
     return !failed_;
+}
+
+void list(const Device& device, Place place, std::string& out) {
+    std::vector<HeldClass> classes;
+    queues::read_classes(device.index, place, classes);
+    std::ranges::sort(classes, {}, &HeldClass::minor);
+    for (const auto& one : classes)
+        state_line(out, "  %s %x:%x rate %u ceil %u packets %" PRIu64 " dropped %" PRIu64,
+                   device.name.c_str(), static_cast<unsigned>(place), one.minor, one.rate, one.ceil,
+                   one.passed, one.dropped);
 }
 
 }  // namespace platform::platformd::enforce::tc
@@ -373,6 +403,16 @@ bool tc_apply(const Trees& trees, std::string& error) {
     if (tc::Walk(trees, tc::Walk::Does::Mend, told).go()) return true;
     error = told;
     return false;
+}
+
+void tc_list(std::string& out) {
+    queues::Picture picture;
+    if (queues::read(picture) < 0) return;
+    for (const auto& root : picture.qdiscs)
+        for (const auto place : tc::kPlaces)
+            if (const auto* device = tc::find(picture, root.device);
+                device && !tc::is_foreign(&root, place))
+                tc::list(*device, place, out);
 }
 
 bool tc_release(std::string& error) {
