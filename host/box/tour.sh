@@ -58,21 +58,43 @@ shown reach h0 tcp 203.0.113.7 443
 heading "An address that is none is refused, and nothing changes"
 call ipfilter ip_filter_list_add "$(rule 1 1 10.0.0.300 203.0.113.7 443)"
 
-heading "The other filters, loopback detection and the uplink"
+heading "The same of a name, of a web address, and of a host"
+shown box-service start resolver
+shown ask h0 ads.example
 call dnsfilter dns_filter_basic_set '{"ucDnsFilterEnable":1}'
 call dnsfilter dns_filter_list_add '{"aucFilterDomain":"ads.example"}'
-call urlfilter url_filter_list_add '{"enable":1,"protocol_mask":3,"aucFilterUrl":"a.example/x"}'
+shown await NXDOMAIN ask h0 ads.example
+call urlfilter url_filter_basic_set '{"ucUrlFilterEnable":1,"ucFilterMode":0}'
+call urlfilter url_filter_list_add '{"enable":1,"protocol_mask":3,"aucFilterUrl":"games.example"}'
+shown await blocked web h0 https://games.example/
+shown web h0 http://www.games.example/ https://news.example/
 call macfilter mac_filter_basic_set '{"ucMacFilterEnable":1,"ucFilterMode":0}'
 call macfilter mac_filter_list_add '{"ulEnable":1,"aucFilterMAC":"aa-bb-cc-dd-ee-ff"}'
 call macfilter mac_filter_list_add '{"ulEnable":1,"aucFilterMAC":"02-00-00-00-00-10"}'
 shown reach h0 udp h1 80
 call macfilter mac_filter_list_del '{"ulIndex":2}'
 shown reach h0 udp h1 80
-call netapp loopback_detection_time_get
-call uplink link_aggregation_get
 for service in dns_filter url_filter mac_filter; do
     shown platformctl state "$service"
 done
+
+heading "A cable between two ports: the loop is found, its storm ends, and the port comes back without it"
+row="app_netapp.@IGD_SYSMNG_LOOPDETECT_ATTR_TAB[0]"
+for option in ucLoopbackEnable=1 ucPkgPerSec=10 ucLoopExistPeriod=1 ucLoopCancelPeriod=2; do
+    uci set "$row.$option"
+done
+uci commit app_netapp
+call netapp loopback_detection_start '{"ucLoopbackEnable":1,"ucPkgPerSec":1,"ucLoopExistPeriod":5,"ucLoopCancelPeriod":30,"aucVlanTag":"","aucLoopEthType":""}'
+shown box-cable eth2 eth3
+sleep 3
+call netapp loopback_detection_result_get '{"ucPortId":4}'
+shown reach h0 tcp h1 80
+shown box-cable pull
+sleep 4
+call netapp loopback_detection_result_get '{"ucPortId":4}'
+
+heading "The uplink"
+call uplink link_aggregation_get
 
 # All but how many packets were stopped.
 held() { platformctl state | sed 's/packets [0-9]* bytes [0-9]*//'; }
@@ -89,14 +111,19 @@ diff <(echo "$before") <(held) || {
 }
 echo "All services of the platform hold what they held before."
 
-heading "QoS: what goes first, and how fast a host may be. On plain Linux the platform only remembers it"
+heading "QoS: what goes first, and how fast a host may be"
 call qos qos_basic_attr_set '{"aucMode":"VOIP","ucQosEnable":1,"ucPlan":1,"ucEnableForceWeight":0,"ucEnableDscpMark":1,"ucEnable8021p":0,"ucEnableTcMark":0,"ulBandwidth":20000,"ulTcpSession":0}'
 call qos qos_clf_attr_add '{"ucClfIndex":0,"class_queue_enable":1,"ucQueueNum":1,"ucDscpMarkValue":46,"uc8021pValue":0,"ucTcValue":0}'
 call qos qos_clf_type_attr_add '{"ucClfIndex":1,"ucTypeIndex":0,"ucProtocolList":2,"ucType":6,"aucMax":"5060","aucMin":"5060"}'
 call qos lanhost_bw_add '{"macaddr":"02:00:00:00:00:10","up_bandwidth":5000,"dn_bandwidth":8000}'
 call qos libqos_init
 shown platformctl state qos
-shown ebtables -t nat -L ZU_DEVSPEED_PREROUTING
+shown rate h0 isp 20 2
+shown rate h1 isp 10 2
+shown platformctl state enforcement
+
+heading "An audit: do tables, platform and kernel agree?"
+shown platformctl audit
 
 heading "The box stays up until Ctrl-C. From a second terminal:"
 cat <<'END'
