@@ -45,7 +45,7 @@ Interfaces known_from_the_factory() {
 Interfaces g_interfaces = known_from_the_factory();
 
 /// Hosts whose flushes wait for the kernel to follow.
-std::vector<enforce::MacAddress> g_to_forget;
+std::vector<base::MacAddress> g_to_forget;
 
 std::string name_of(const ifinfo& interface) {
     return {interface.if_name, strnlen(interface.if_name, sizeof(interface.if_name))};
