@@ -143,7 +143,7 @@ constexpr enforce::Outside kOutside{.follow = follow};
 constexpr ServiceCall kCalls[] = {
     service_call<add>(kInterfaceAdd),
     service_call<del>(kInterfaceDel),
-    service_call<find_by_port>(kInterfaceFindByPort),
+    service_question<find_by_port>(kInterfaceFindByPort),
     service_call<learnt_flush>(kLearntFlush),
 };
 
