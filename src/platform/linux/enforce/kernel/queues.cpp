@@ -23,8 +23,12 @@ namespace {
 
 constexpr uint32_t kBytesPerKbit = 125;
 constexpr uint32_t kMinorMask = 0xffff;
-/// Our filters' place among others, by which they are known.
-constexpr uint16_t kPreference = 49;
+/// Our filters' place among others, by which they are known. Each side has its own, for the kernel
+/// lists what has the same place on both sides as if it were on both.
+constexpr uint16_t preference(Side side) {
+    return side == Side::Ingress ? 49 : 50;
+}
+
 constexpr Side kSides[] = {Side::Ingress, Side::Egress};
 
 /// The kernel's own, 32, is less than two big packets' worth of frames.
@@ -123,7 +127,7 @@ int read_redirect(int device, Side side, std::vector<Redirect>& redirects) {
     bool found = false;
     Redirect redirect{device, side, 0};
     for (auto* filter = first<rtnl_cls>(filters); filter; filter = next(filter)) {
-        if (rtnl_cls_get_prio(filter) != kPreference) continue;
+        if (rtnl_cls_get_prio(filter) != preference(side)) continue;
         if (std::string_view(rtnl_tc_get_kind(TC_CAST(filter))) != "u32") continue;
         found = true;
         if (auto* action = rtnl_u32_get_action(filter))
@@ -173,7 +177,7 @@ Held<rtnl_qdisc> filter_holder(int device) {
 Held<rtnl_cls> filter_at(const Redirect& redirect) {
     Held<rtnl_cls> filter(rtnl_cls_alloc());
     address(TC_CAST(filter.get()), redirect.device, static_cast<uint32_t>(redirect.side), 0, "u32");
-    rtnl_cls_set_prio(filter.get(), kPreference);
+    rtnl_cls_set_prio(filter.get(), preference(redirect.side));
     rtnl_cls_set_protocol(filter.get(), ETH_P_ALL);
     return filter;
 }
