@@ -48,6 +48,6 @@ bool links_start(void (*)()) {
 
 void links_stop() {}
 
-void forget_hosts(const std::vector<MacAddress>&) {}
+void forget_hosts(const std::vector<base::MacAddress>&) {}
 
 }  // namespace platform::platformd::enforce

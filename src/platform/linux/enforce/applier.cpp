@@ -4,13 +4,12 @@ extern "C" {
 #include <libubox/uloop.h>
 }
 
-#include <time.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <map>
 #include <string_view>
 
+#include "base/clock.h"
 #include "platform/linux/enforce/links.h"
 #include "platform/linux/enforce/marks.h"
 #include "platform/linux/enforce/nft.h"
@@ -24,6 +23,8 @@ extern "C" {
 namespace platform::platformd::enforce {
 
 namespace {
+
+using base::now_ms;
 
 constexpr int64_t kPauseMs = 10;
 constexpr int64_t kLongestMs = 100;
@@ -48,12 +49,6 @@ std::string g_said;
 Texts g_in_force;
 /// Nothing is known of what our tables hold: they are replaced as a whole.
 bool g_start_over;
-
-int64_t now_ms() {
-    timespec now;
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1'000'000;
-}
 
 void set_timer(int64_t milliseconds) {
     uloop_timeout_set(&g_timer, static_cast<int>(std::max<int64_t>(milliseconds, 0)));

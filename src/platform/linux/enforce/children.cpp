@@ -10,13 +10,13 @@ extern "C" {
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <map>
 
 #include "base/child.h"
+#include "base/clock.h"
 #include "base/tokens.h"
 #include "base/unique_fd.h"
 #include "platform/linux/enforce/applier.h"
@@ -47,7 +47,7 @@ struct Kept {
     Timer timer{};
     bool serves = false;
     bool is_ending = false;
-    std::chrono::steady_clock::time_point started;
+    int64_t started_ms = 0;
     int delay_ms = 0;
     std::string trouble;
 };
@@ -67,7 +67,6 @@ constexpr int kLastDelayMs = 60'000;
 constexpr std::string_view kFilePrefix = "pid.";
 
 using Words = std::vector<std::string>;
-using Clock = std::chrono::steady_clock;
 
 std::map<std::string, Kept, std::less<>> g_children;
 
@@ -173,7 +172,7 @@ void start(Kept& child) {
     child.is_ending = child.serves = false;
     const auto error = try_start(child);
     if (error.empty()) {
-        child.started = Clock::now();
+        child.started_ms = base::now_ms();
         uloop_timeout_set(&child.timer, kSettleMs);
         return;
     }
@@ -224,8 +223,7 @@ void on_end(uloop_fd* fd, unsigned) {
     child.serves = false;
     if (!child.is_ending) {
         complain(child, "ended");
-        if (Clock::now() - child.started > std::chrono::milliseconds(kLastDelayMs))
-            child.delay_ms = 0;
+        if (base::now_ms() - child.started_ms > kLastDelayMs) child.delay_ms = 0;
         start_later(child);
     }
     pursue(child);
@@ -244,7 +242,7 @@ void take_over(const std::string& name) {
     const auto pid = static_cast<pid_t>(strtol(text.c_str(), nullptr, 10));
     child.serves = !child.running.empty() && pid > 0 && watch(child, pid) &&
                    first == std::to_string(pid) + ' ' + start_time(pid);
-    child.started = Clock::now();
+    child.started_ms = base::now_ms();
     if (child.serves) return;
     if (child.process) uloop_fd_delete(&child.watch);
     remove_own_file(file_of(child));

@@ -1,36 +1,27 @@
 #include "platform/linux/enforce/watch.h"
 
-extern "C" {
-#include <libubox/uloop.h>
-}
-
 #include <linux/netfilter/nf_tables.h>
 #include <linux/netfilter/nfnetlink.h>
 #include <linux/netlink.h>
 #include <sys/prctl.h>
-#include <sys/socket.h>
 
-#include <cerrno>
 #include <cstring>
 #include <string_view>
 
-#include "base/unique_fd.h"
+#include "platform/linux/enforce/kernel_news.h"
 #include "platform/linux/enforce/marks.h"
 
 namespace platform::platformd::enforce {
 
 namespace {
 
-constexpr int kReceiveBuffer = 1 << 20;
-constexpr size_t kMaxMessage = 1 << 15;
+constexpr int kGroups[] = {NFNLGRP_NFTABLES};
 /// Whatever a message is about, the first attribute of its kind names the table.
 constexpr uint16_t kTableName = NFTA_TABLE_NAME;
 static_assert(NFTA_CHAIN_TABLE == kTableName && NFTA_RULE_TABLE == kTableName &&
               NFTA_SET_TABLE == kTableName && NFTA_SET_ELEM_LIST_TABLE == kTableName);
 constexpr size_t kCommandName = 16;
 
-base::UniqueFd g_socket;
-uloop_fd g_watch;
 void (*g_changed)();
 /// Of the transaction that is being told: messages of its changes come first, then one that says
 /// whose it was.
@@ -71,42 +62,21 @@ void take(const nlmsghdr& message) {
     g_ours_was_touched = false;
 }
 
-// What did not fit the socket's buffer may have been about us.
-void on_readable(uloop_fd*, unsigned) {
-    alignas(nlmsghdr) static char buffer[kMaxMessage];
-    for (;;) {
-        const auto size = recv(g_socket.get(), buffer, sizeof(buffer), MSG_DONTWAIT);
-        if (size < 0 && errno == ENOBUFS) g_changed();
-        if (size < 0 && errno != ENOBUFS) return;
-        auto* message = reinterpret_cast<nlmsghdr*>(buffer);
-        for (auto left = static_cast<int>(size); left > 0 && NLMSG_OK(message, left);
-             message = NLMSG_NEXT(message, left))
-            take(*message);
-    }
+void missed() {
+    g_changed();
 }
+
+KernelNews g_news(take, missed);
 
 }  // namespace
 
 bool watch_start(void (*changed)()) {
-    g_socket.reset(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_NETFILTER));
-    sockaddr_nl address{};
-    address.nl_family = AF_NETLINK;
-    const int group = NFNLGRP_NFTABLES;
-    if (!g_socket ||
-        bind(g_socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 ||
-        setsockopt(g_socket.get(), SOL_NETLINK, NETLINK_ADD_MEMBERSHIP, &group, sizeof(group)) != 0)
-        return false;
-    setsockopt(g_socket.get(), SOL_SOCKET, SO_RCVBUFFORCE, &kReceiveBuffer, sizeof(kReceiveBuffer));
     g_changed = changed;
-    g_watch.cb = on_readable;
-    g_watch.fd = g_socket.get();
-    return uloop_fd_add(&g_watch, ULOOP_READ) == 0;
+    return g_news.start(NETLINK_NETFILTER, kGroups);
 }
 
 void watch_stop() {
-    if (!g_socket) return;
-    uloop_fd_delete(&g_watch);
-    g_socket.reset();
+    g_news.stop();
 }
 
 }  // namespace platform::platformd::enforce

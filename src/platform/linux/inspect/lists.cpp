@@ -10,24 +10,6 @@ namespace platform::inspect {
 namespace {
 
 constexpr std::string_view kHostCharacters = "abcdefghijklmnopqrstuvwxyz0123456789-_.:";
-constexpr size_t kOctetText = 3;  // two digits and what stands between octets
-
-// Its digits are written like those in a path.
-bool parse_octet(std::string_view text, uint8_t& octet) {
-    const auto byte = decoded("%" + std::string(text));
-    octet = static_cast<uint8_t>(byte[0]);
-    return byte.size() == 1;
-}
-
-bool parse_mac(std::string_view text, Mac& mac) {
-    if (text.size() != mac.size() * kOctetText - 1) return false;
-    for (size_t i = 0; i < mac.size(); ++i) {
-        const auto part = text.substr(i * kOctetText, kOctetText);
-        if (!parse_octet(part.substr(0, 2), mac[i])) return false;
-        if (part.size() == kOctetText && part[2] != ':' && part[2] != '-') return false;
-    }
-    return true;
-}
 
 template <size_t N>
 bool text_of(const char (&member)[N], std::string_view& text) {
@@ -73,7 +55,7 @@ bool parse(const st_url_address& address, Entry& entry) {
     entry.protocols = address.proto_mask & kAllProtocols;
     entry.for_one_host = !mac.empty();
     const bool is_host = entry.host.find_first_not_of(kHostCharacters) == entry.host.npos;
-    return !entry.host.empty() && is_host && (mac.empty() || parse_mac(mac, entry.mac));
+    return !entry.host.empty() && is_host && (mac.empty() || base::parse_mac(mac, entry.mac));
 }
 
 bool Lists::take(Bytes message) {

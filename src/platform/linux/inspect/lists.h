@@ -1,14 +1,14 @@
 #pragma once
 
-#include <array>
 #include <vector>
 
+#include "base/mac_address.h"
 #include "platform/include/records/url_filter.h"
 #include "platform/linux/inspect/names.h"
 
 namespace platform::inspect {
 
-using Mac = std::array<uint8_t, 6>;
+using Mac = base::MacAddress;
 
 /// As the bits of an address's `proto_mask`.
 enum Protocol : uint32_t { kHttp = 1, kHttps = 2 };

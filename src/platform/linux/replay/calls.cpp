@@ -1,6 +1,4 @@
 #include <algorithm>
-#include <cstdarg>
-#include <cstdio>
 #include <string_view>
 #include <vector>
 
@@ -14,7 +12,6 @@
 
 namespace {
 
-constexpr size_t kMaxLine = 1024;
 constexpr std::string_view kTools[] = {"ebtables ", "iptables ", "ip6tables "};
 
 bool is_tool(std::string_view line) {
@@ -40,14 +37,4 @@ extern "C" int32_t zu_os_execcmd(const char* line) {
     if (!is_tool(line)) return 0;
     const char* const argv[] = {"/bin/sh", "-c", line, nullptr};
     return base::run(argv);
-}
-
-extern "C" int32_t zu_os_vcmd(const char* format, ...) {
-    char line[kMaxLine];
-    va_list arguments;
-    va_start(arguments, format);
-    const int length = vsnprintf(line, sizeof(line), format, arguments);
-    va_end(arguments);
-    if (length < 0 || static_cast<size_t>(length) >= sizeof(line)) return -1;
-    return zu_os_execcmd(line);
 }

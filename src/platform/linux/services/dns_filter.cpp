@@ -279,7 +279,7 @@ constexpr ServiceCall kCalls[] = {
     service_call<add>(kDnsFilterAdd),
     service_call<del>(kDnsFilterDel),
     service_call<set>(kDnsFilterSet),
-    service_call<get>(kDnsFilterGet),
+    service_question<get>(kDnsFilterGet),
 };
 
 ServiceRegistration g_registration({.name = "dns_filter",

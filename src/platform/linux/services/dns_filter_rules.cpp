@@ -1,13 +1,14 @@
 #include "platform/linux/services/dns_filter_rules.h"
 
-#include <netinet/ether.h>
-
 #include <algorithm>
 #include <cstring>
 
 #include "base/tokens.h"
+#include "platform/linux/services/packet_text.h"
 
 namespace platform::platformd::dns_filter {
+
+using packet_text::mac_text;
 
 struct Hours {
     int begin, end;  ///< minutes of the day
@@ -89,22 +90,9 @@ bool parse_hours(std::string_view text, std::vector<Hours>& all) {
     return text.empty() || !all.empty();
 }
 
-/// The address as the kernel's rules have it; empty if it is none.
-std::string parse_address(std::string_view client) {
-    constexpr size_t kLength = sizeof("01:23:45:67:89:ab") - 1;
-    std::string text(client);
-    std::ranges::replace(text, '-', ':');
-    ether_addr address;
-    if (text.size() != kLength || !ether_aton_r(text.c_str(), &address)) return {};
-    const auto* octets = address.ether_addr_octet;
-    snprintf(text.data(), kLength + 1, "%02x:%02x:%02x:%02x:%02x:%02x", octets[0], octets[1],
-             octets[2], octets[3], octets[4], octets[5]);
-    return text;
-}
-
 /// What a packet of the rule's clients begins with.
 std::string of_client(const Rule& rule) {
-    const auto address = parse_address(client_of(rule.item));
+    const auto address = mac_text(client_of(rule.item));
     return address.empty() ? "" : "ether saddr " + address + ' ';
 }
 
@@ -114,7 +102,7 @@ bool makes_sense(const st_item& item, uint32_t fields) {
     const auto client = client_of(item);
     return !(((fields & kDnsFilterSetMode) && item.mode > kWhiteList) ||
              ((fields & kDnsFilterSetAction) && item.action > kOnlyLog) ||
-             ((fields & kDnsFilterSetMac) && !client.empty() && parse_address(client).empty()));
+             ((fields & kDnsFilterSetMac) && !client.empty() && mac_text(client).empty()));
 }
 
 bool is_name(std::string_view host) {

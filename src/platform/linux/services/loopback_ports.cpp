@@ -13,6 +13,7 @@ extern "C" {
 #include <ctime>
 #include <map>
 
+#include "base/clock.h"
 #include "platform/linux/enforce/bridge_port.h"
 #include "platform/linux/platformd/service.h"
 #include "platform/linux/record_text.h"
@@ -25,6 +26,8 @@ extern "C" {
 namespace platform::platformd::loopback {
 
 namespace {
+
+using base::now_ms;
 
 /// A storm brings probes back faster than anybody needs to read them.
 constexpr int kFramesPerPass = 32;
@@ -52,12 +55,6 @@ std::map<uint32_t, Port> g_ports;
 Detector g_detector;
 Periods g_periods;
 uloop_timeout g_timer;
-
-int64_t now_ms() {
-    timespec now;
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1'000'000;
-}
 
 /// What nobody can guess; for as long as a kernel that has just started has nothing of the kind,
 /// what differs each time.

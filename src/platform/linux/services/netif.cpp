@@ -45,7 +45,7 @@ Interfaces known_from_the_factory() {
 Interfaces g_interfaces = known_from_the_factory();
 
 /// Hosts whose flushes wait for the kernel to follow.
-std::vector<enforce::MacAddress> g_to_forget;
+std::vector<base::MacAddress> g_to_forget;
 
 std::string name_of(const ifinfo& interface) {
     return {interface.if_name, strnlen(interface.if_name, sizeof(interface.if_name))};
@@ -143,7 +143,7 @@ constexpr enforce::Outside kOutside{.follow = follow};
 constexpr ServiceCall kCalls[] = {
     service_call<add>(kInterfaceAdd),
     service_call<del>(kInterfaceDel),
-    service_call<find_by_port>(kInterfaceFindByPort),
+    service_question<find_by_port>(kInterfaceFindByPort),
     service_call<learnt_flush>(kLearntFlush),
 };
 

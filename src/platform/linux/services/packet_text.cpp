@@ -1,11 +1,11 @@
 #include "platform/linux/services/packet_text.h"
 
 #include <arpa/inet.h>
-#include <netinet/ether.h>
-#include <strings.h>
 
 #include <algorithm>
 #include <cstring>
+
+#include "base/mac_address.h"
 
 namespace platform::platformd::packet_text {
 
@@ -69,17 +69,9 @@ std::string port_match(const char* which, const Ports& ports) {
            range(std::to_string(ports.first), std::to_string(ports.last)) + ' ';
 }
 
-// The C library's function takes shorter forms, too, and whatever follows an address.
 std::string mac_text(std::string_view text) {
-    std::string colons(text);
-    std::ranges::replace(colons, '-', ':');
-    ether_addr address;
-    if (!ether_aton_r(colons.c_str(), &address)) return {};
-    char whole[sizeof("02:00:00:00:00:00")];
-    const auto* octets = address.ether_addr_octet;
-    snprintf(whole, sizeof(whole), "%02x:%02x:%02x:%02x:%02x:%02x", octets[0], octets[1], octets[2],
-             octets[3], octets[4], octets[5]);
-    return strcasecmp(whole, colons.c_str()) == 0 ? whole : std::string();
+    base::MacAddress mac;
+    return base::parse_mac(text, mac) ? base::mac_text(mac) : std::string();
 }
 
 }  // namespace platform::platformd::packet_text

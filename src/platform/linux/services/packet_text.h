@@ -48,8 +48,7 @@ std::string network_match(const char* which, const Address& address, const Addre
 /// `which` is sport or dport.
 std::string port_match(const char* which, const Ports& ports);
 
-/// Six pairs of hexadecimal digits with ':' between them, of a text that may have '-' there; empty
-/// for any other text.
+/// A MAC address as rules have it; empty when the text is none.
 std::string mac_text(std::string_view text);
 
 }  // namespace platform::platformd::packet_text

@@ -17,8 +17,6 @@ namespace {
 /// Above all profiles of hosts, which have their classes at the same places.
 constexpr uint16_t kFirstMinor = 0x400;
 
-constexpr uint32_t kLastVlan = 4095;
-
 /// One direction's limits, and how packets of that direction are recognised.
 struct Side {
     const char* name;

@@ -18,9 +18,7 @@ using namespace packet_text;
 namespace {
 
 constexpr uint32_t kLastPcp = 7;
-constexpr uint32_t kLastDscp = 63;
 constexpr uint32_t kLastByte = 255;
-constexpr uint32_t kLastVlan = 4095;
 constexpr uint32_t kLastFlowLabel = 0xfffff;
 constexpr uint32_t kIpv4Frame = 0x0800;
 constexpr uint32_t kIpv6Frame = 0x86dd;

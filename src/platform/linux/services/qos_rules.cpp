@@ -18,7 +18,6 @@ using enforce::kFrameQueueShift;
 namespace {
 
 constexpr uint32_t kMostFrames = kFrameQueueMask >> kFrameQueueShift;
-constexpr uint32_t kLastDscp = 63;
 
 /// What becomes of a packet.
 struct Action {

@@ -14,6 +14,10 @@ namespace platform::platformd::qos {
 
 inline constexpr size_t kQueues = 8;
 
+/// What headers have room for.
+inline constexpr uint32_t kLastDscp = 63;
+inline constexpr uint32_t kLastVlan = 4095;
+
 struct Direction {
     const char* name;
     uint32_t queue_port;      ///< `ui_port` of its queues

@@ -38,7 +38,6 @@ Matches management(const Qos& qos) {
 
 // DSCP 0 is what packets have that nobody has marked.
 Matches voice(const Qos& qos) {
-    constexpr uint32_t kLastDscp = 63;
     std::string values;
     for (const auto* flow : {&qos.voip.st_ctrl, &qos.voip.st_data[0]})
         if (flow->em_kind != 0 && flow->ui_dscp != 0 && flow->ui_dscp <= kLastDscp)

@@ -16,8 +16,7 @@ Matches matches_of_app(std::string_view name);
 /// Of a kind of traffic (`em_mode`); a number for one that is none.
 std::string traffic_name(uint32_t mode);
 
-/// A kind of traffic. Empty for one that cannot be recognised, also when it has not been
-/// said how.
+/// A kind of traffic. Empty for one that cannot be recognised, also when it has not been said how.
 Matches matches_of_traffic(uint32_t mode, const Qos& qos);
 
 }  // namespace platform::platformd::qos

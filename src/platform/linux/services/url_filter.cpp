@@ -2,14 +2,13 @@
 #include <cstring>
 
 #include "platform/linux/enforce/nft.h"
+#include "platform/linux/inspect/list_message.h"
 #include "platform/linux/platformd/service.h"
 #include "platform/linux/services/url_filter_rules.h"
 #include "platform/linux/services/url_inspector.h"
 #include "platform/linux/services/url_queue.h"
 
 namespace platform::platformd::url_filter {
-
-constexpr size_t kMaxAddresses = 1024;
 
 UrlFilter g_filter;
 
@@ -26,7 +25,7 @@ int32_t filter_set(st_url_filter& mode) {
 // Equal addresses are kept as often as they are set: when a rule is replaced by the same one, the
 // new address is set before the old one is deleted.
 int32_t address_set(st_url_address& address) {
-    if (g_filter.addresses.size() == kMaxAddresses) return -1;
+    if (g_filter.addresses.size() == inspect::kMaxAddresses) return -1;
     g_filter.addresses.push_back(address);
     return 0;
 }

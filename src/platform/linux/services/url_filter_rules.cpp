@@ -68,18 +68,11 @@ Clients clients_of(const UrlFilter& filter, inspect::Protocol protocol) {
     return clients;
 }
 
-std::string text_of(const inspect::Mac& mac) {
-    char text[sizeof("00:00:00:00:00:00")];
-    snprintf(text, sizeof(text), "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3],
-             mac[4], mac[5]);
-    return text;
-}
-
 std::string match(const Clients& clients) {
     if (clients.everybody) return {};
     std::string text;
     for (const auto& mac : clients.some)
-        text += (text.empty() ? "" : ", ") + text_of(mac);
+        text += (text.empty() ? "" : ", ") + base::mac_text(mac);
     return "ether saddr { " + text + " } ";
 }
 

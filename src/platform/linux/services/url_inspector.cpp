@@ -11,9 +11,9 @@ extern "C" {
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <cstring>
 
+#include "base/clock.h"
 #include "base/unique_fd.h"
 #include "platform/linux/enforce/children.h"
 #include "platform/linux/inspect/list_message.h"
@@ -24,8 +24,6 @@ namespace platform::platformd::url_filter {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr char kProgram[] = "appcfg-inspect";
 constexpr char kChildName[] = "url_inspect";
 constexpr char kSocketName[] = "url_inspect.socket";
@@ -33,7 +31,7 @@ constexpr int kAskEveryMs = 1000;
 /// Between attempts to reach one that starts, twice as long each time up to the above.
 constexpr int kFirstAttemptMs = 20;
 /// Two questions, less what a timer may be early.
-constexpr std::chrono::milliseconds kPatience(1900);
+constexpr int kPatienceMs = 1900;
 
 std::string g_list;  // empty: none is wanted
 uint64_t g_held;     // what it says it holds
@@ -42,14 +40,14 @@ uloop_fd g_watch;
 uloop_timeout g_timer;
 int g_attempt_ms = kFirstAttemptMs;
 bool g_awaits_answer;
-Clock::time_point g_silent_since;
+int64_t g_silent_since;
 
 uint64_t wanted_id() {
     return inspect::list_id({reinterpret_cast<const uint8_t*>(g_list.data()), g_list.size()});
 }
 
 void await_answer() {
-    if (!g_awaits_answer) g_silent_since = Clock::now();
+    if (!g_awaits_answer) g_silent_since = base::now_ms();
     g_awaits_answer = true;
 }
 
@@ -116,7 +114,7 @@ void ask() {
 // We may have been held up ourselves: then the answer waits.
 void kill_if_silent() {
     if (g_socket) take_answer();
-    if (!g_awaits_answer || Clock::now() - g_silent_since < kPatience) return;
+    if (!g_awaits_answer || base::now_ms() - g_silent_since < kPatienceMs) return;
     enforce::signal_child(kChildName, SIGKILL);
     disconnect();
     g_awaits_answer = false;

@@ -35,9 +35,9 @@ bool is_of_host(const Connection& connection) {
            has_learnt_address(connection.to, connection.family);
 }
 
-bool is_of(rtnl_neigh* entry, const std::vector<MacAddress>& hosts) {
+bool is_of(rtnl_neigh* entry, const std::vector<base::MacAddress>& hosts) {
     const auto mac = bytes_of(rtnl_neigh_get_lladdr(entry));
-    return std::ranges::any_of(hosts, [&mac](const MacAddress& host) {
+    return std::ranges::any_of(hosts, [&mac](const base::MacAddress& host) {
         return mac.size() == host.size() && memcmp(mac.data(), host.data(), host.size()) == 0;
     });
 }
@@ -56,7 +56,7 @@ void forget(nl_sock* socket, rtnl_neigh* entry, int bridge) {
 
 }  // namespace
 
-void forget_hosts(const std::vector<MacAddress>& hosts) {
+void forget_hosts(const std::vector<base::MacAddress>& hosts) {
     nl_cache* filled = nullptr;
     auto* socket = route::socket();
     if (!socket || rtnl_neigh_alloc_cache_flags(socket, &filled, NL_CACHE_AF_ITER) < 0) return;
