@@ -333,4 +333,18 @@ TEST(InspectTest, NothingThatIsSentDoesHarm) {
     }
 }
 
+// Whoever sends the beginning of another request behind a long one has its connection remembered.
+TEST(InspectTest, LittleIsKeptOfMany) {
+    const auto text = get("good.example", "X: " + std::string(8000, 'x') + "\r\n") + "G";
+    const auto listed = lists(kUrlFilterBlackList, {{"bad.example"}});
+    Flows flows;
+    Segment segment{};
+    segment.port = 80;
+    segment.payload = bytes(text);
+    for (segment.key[1] = 0; segment.key[1] < 100; ++segment.key[1])
+        for (segment.key[2] = 0; segment.key[2] < 10; ++segment.key[2])
+            flows.judge(segment, kParent, listed);
+    EXPECT_LT(flows.size() * 8000, 5 << 20);
+}
+
 }  // namespace

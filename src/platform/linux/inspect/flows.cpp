@@ -12,7 +12,7 @@ namespace platform::inspect {
 namespace {
 
 constexpr size_t kMaxFlows = 4096;
-constexpr size_t kMaxKeptBytes = 4 << 20;
+constexpr size_t kMaxMemory = 4 << 20;
 constexpr uint16_t kHttpPort = 80;
 /// Packets of one connection are no farther from each other; others are a new one's with the same
 /// ports.
@@ -125,10 +125,10 @@ void Window::put(uint32_t offset, Bytes piece) {
         bytes_.resize(end);
         there_.resize(end);
     }
-    for (size_t i = 0; i < piece.size(); ++i) {
-        if (there_[offset + i]) continue;
-        bytes_[offset + i] = piece[i];
-        there_[offset + i] = true;
+    for (size_t at = std::max<size_t>(offset, ready_); at < end; ++at) {
+        if (there_[at]) continue;
+        bytes_[at] = piece[at - offset];
+        there_[at] = 1;
     }
     while (ready_ < there_.size() && there_[ready_])
         ++ready_;
@@ -153,10 +153,10 @@ size_t Flows::Hash::operator()(const FlowKey& key) const {
 Verdict Flows::judge(const Segment& segment, const Mac& client, const Lists& lists) {
     if (segment.payload.empty()) return Verdict::Look;
     auto& flow = flow_of(segment);
-    const auto before = flow.window.size();
+    const auto before = flow.window.memory();
     const Look look{flow, segment, client, lists};
     const auto verdict = segment.port == kHttpPort ? judge_http(look) : judge_tls(look);
-    kept_bytes_ += flow.window.size() - before;
+    memory_ += flow.window.memory() - before;
     if (verdict != Verdict::Look) remove(segment.key);
     make_room();
     return verdict;
@@ -179,13 +179,13 @@ Flow& Flows::flow_of(const Segment& segment) {
 
 void Flows::remove(const FlowKey& key) {
     const auto found = by_key_.find(key);
-    kept_bytes_ -= found->second->window.size();
+    memory_ -= found->second->window.memory();
     flows_.erase(found->second);
     by_key_.erase(found);
 }
 
 void Flows::make_room() {
-    while (flows_.size() > kMaxFlows || kept_bytes_ > kMaxKeptBytes)
+    while (flows_.size() > kMaxFlows || memory_ > kMaxMemory)
         remove(FlowKey(flows_.front().key));
 }
 

@@ -28,11 +28,12 @@ class Window {
     Bytes contiguous() const;
     bool is_full() const { return ready_ == kWindow; }
     void drop(size_t size);
-    size_t size() const { return bytes_.size(); }
+    /// How many bytes of it the window takes.
+    size_t memory() const { return bytes_.capacity() + there_.capacity(); }
 
   private:
     std::vector<uint8_t> bytes_;
-    std::vector<bool> there_;
+    std::vector<uint8_t> there_;  ///< 1: that byte has come
     size_t ready_ = 0;
 };
 
@@ -65,7 +66,7 @@ class Flows {
 
     std::list<Flow> flows_;
     std::unordered_map<FlowKey, std::list<Flow>::iterator, Hash> by_key_;
-    size_t kept_bytes_ = 0;
+    size_t memory_ = 0;
 };
 
 }  // namespace platform::inspect
