@@ -14,6 +14,10 @@ using Mac = base::MacAddress;
 enum Protocol : uint32_t { kHttp = 1, kHttps = 2 };
 inline constexpr uint32_t kAllProtocols = kHttp | kHttps;
 
+/// Where they are looked for.
+inline constexpr uint16_t kHttpPort = 80;
+inline constexpr uint16_t kHttpsPort = 443;
+
 /// What an address of the URL filter means.
 struct Entry {
     uint32_t protocols;
