@@ -46,10 +46,6 @@ class Lists {
     bool take(Bytes message);
 
     bool stops(const Asked& asked) const;
-    /// Whether a client that says no name is stopped.
-    bool stops_nameless(Protocol protocol, const Mac& client) const {
-        return stops({protocol, client, {}, {}});
-    }
 
     /// `list_id` of the message; 0 before the first one.
     uint64_t id() const { return id_; }

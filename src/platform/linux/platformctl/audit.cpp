@@ -1,11 +1,9 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
-#include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstring>
 
 #include "base/child.h"

@@ -1,6 +1,6 @@
 #include "platform/linux/services/url_filter_rules.h"
 
-#include <cstring>
+#include <cstdio>
 #include <set>
 
 #include "platform/linux/inspect/flows.h"
