@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
 #include <cstring>
 
 namespace base {
@@ -108,6 +109,14 @@ int wait(pid_t child) {
 int run(const char* const argv[], const char* program) {
     const pid_t child = start(argv, program);
     return child < 0 ? -1 : wait(child);
+}
+
+std::string program_beside(const char* name) {
+    char self[PATH_MAX];
+    const auto size = readlink("/proc/self/exe", self, sizeof(self));
+    const std::string_view path(self, size > 0 ? static_cast<size_t>(size) : 0);
+    const auto folder = path.substr(0, path.rfind('/') + 1);
+    return folder.empty() ? std::string() : std::string(folder) + name;
 }
 
 }  // namespace base

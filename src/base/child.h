@@ -2,6 +2,8 @@
 
 #include <sys/types.h>
 
+#include <string>
+
 #include "base/unique_fd.h"
 
 // The one way to start another program.
@@ -26,5 +28,8 @@ int wait(pid_t child);
 
 /// Both: the program's wait status, -1 if it could not be started.
 int run(const char* const argv[], const char* program = nullptr);
+
+/// The path of a program that stands in the same folder as this one; empty if that is unknown.
+std::string program_beside(const char* name);
 
 }  // namespace base

@@ -12,12 +12,6 @@ bool nft_run(const std::string&, std::string& error) {
     return false;
 }
 
-bool bridge_port_set(const std::string&, bool, std::string& error) {
-    return nft_run({}, error);
-}
-
-void bridge_port_forget(const std::string&) {}
-
 bool nft_check(const std::string& text, std::string& error) {
     return nft_run(text, error);
 }
@@ -26,9 +20,23 @@ std::string nft_list(const std::string&, Counters) {
     return {};
 }
 
+bool bridge_port_set(const std::string&, bool, std::string& error) {
+    return nft_run({}, error);
+}
+
+void bridge_port_forget(const std::string&) {}
+
 bool forget_connections(uint32_t, bool (*)(const Connection&), std::string& error) {
     return nft_run({}, error);
 }
+
+void forget_hosts(const std::vector<base::MacAddress>&) {}
+
+bool links_start(void (*)()) {
+    return false;
+}
+
+void links_stop() {}
 
 bool tc_apply(const Trees&, std::string& error) {
     return nft_run({}, error);
@@ -41,13 +49,5 @@ bool tc_release(std::string&) {
 void tc_list(std::string&) {}
 
 void tc_audit(const Trees&, std::string&) {}
-
-bool links_start(void (*)()) {
-    return false;
-}
-
-void links_stop() {}
-
-void forget_hosts(const std::vector<base::MacAddress>&) {}
 
 }  // namespace platform::platformd::enforce

@@ -13,8 +13,8 @@ namespace platform::platformd::enforce {
 /// Where queues can stand. A packet passes at most one of the first two and one of the last two;
 /// each has a major number of its own, for a packet's class stays with it from one to the next.
 enum class Place : uint16_t {
-    HostsUp = 0xa001,    ///< what LAN hosts send beyond the LAN, before it is routed
-    HostsDown = 0xa002,  ///< what comes to LAN hosts from beyond the LAN, at their ports
+    HostsUp = 0xa001,    ///< what LAN hosts send to the gateway or through it, before it is routed
+    HostsDown = 0xa002,  ///< what leaves through br-lan's ports, for rules to tell whence it comes
     Wan = 0xa003,        ///< what leaves through the WAN devices
     Lan = 0xa004,        ///< what leaves through br-lan
 };

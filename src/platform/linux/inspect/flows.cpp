@@ -13,7 +13,6 @@ namespace {
 
 constexpr size_t kMaxFlows = 4096;
 constexpr size_t kMaxMemory = 4 << 20;
-constexpr uint16_t kHttpPort = 80;
 /// Packets of one connection are no farther from each other; others are a new one's with the same
 /// ports.
 constexpr int32_t kReach = 1 << 20;

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <list>
-#include <string>
 #include <unordered_map>
 #include <vector>
 

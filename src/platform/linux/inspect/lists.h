@@ -14,6 +14,10 @@ using Mac = base::MacAddress;
 enum Protocol : uint32_t { kHttp = 1, kHttps = 2 };
 inline constexpr uint32_t kAllProtocols = kHttp | kHttps;
 
+/// Where they are looked for.
+inline constexpr uint16_t kHttpPort = 80;
+inline constexpr uint16_t kHttpsPort = 443;
+
 /// What an address of the URL filter means.
 struct Entry {
     uint32_t protocols;
@@ -42,10 +46,6 @@ class Lists {
     bool take(Bytes message);
 
     bool stops(const Asked& asked) const;
-    /// Whether a client that says no name is stopped.
-    bool stops_nameless(Protocol protocol, const Mac& client) const {
-        return stops({protocol, client, {}, {}});
-    }
 
     /// `list_id` of the message; 0 before the first one.
     uint64_t id() const { return id_; }

@@ -1,12 +1,9 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
-#include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
 
-#include <climits>
-#include <cstdio>
 #include <cstring>
 
 #include "base/child.h"
@@ -57,15 +54,6 @@ bool parse(Words words, Options& options) {
     return true;
 }
 
-/// The program stands where this one does, and nowhere else.
-bool find_replay(char (&path)[PATH_MAX]) {
-    const auto length = readlink("/proc/self/exe", path, sizeof(path) - sizeof(kReplay));
-    if (length <= 0) return false;
-    path[length] = '\0';
-    strcpy(strrchr(path, '/') + 1, kReplay);
-    return true;
-}
-
 pid_t spawn(const char* path, bool with_qos, int output) {
     const char* const argv[] = {path, with_qos ? "-q" : nullptr, nullptr};
     posix_spawn_file_actions_t actions;
@@ -88,12 +76,12 @@ std::string read_all(int fd) {
 
 /// What the tables ask for. It ends by itself, whatever happens.
 bool replay(bool with_qos, std::string& asked) {
-    char path[PATH_MAX];
+    const auto path = base::program_beside(kReplay);
     int ends[2];
-    if (!find_replay(path) || pipe2(ends, O_CLOEXEC) != 0) return false;
+    if (path.empty() || pipe2(ends, O_CLOEXEC) != 0) return false;
     const base::UniqueFd from(ends[0]);
     base::UniqueFd to(ends[1]);
-    const auto child = spawn(path, with_qos, to.get());
+    const auto child = spawn(path.c_str(), with_qos, to.get());
     to.reset();
     if (child < 0) return false;
     asked = read_all(from.get());

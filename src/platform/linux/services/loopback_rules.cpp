@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <set>
-#include <string>
 
 #include "platform/linux/services/loopback_probe.h"
 

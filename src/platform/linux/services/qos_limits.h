@@ -1,8 +1,5 @@
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "platform/linux/enforce/marks.h"
 #include "platform/linux/enforce/rules.h"
 #include "platform/linux/enforce/trees.h"

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstring>
-#include <iterator>
 #include <map>
 #include <string>
 #include <vector>

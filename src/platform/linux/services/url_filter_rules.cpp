@@ -1,10 +1,10 @@
 #include "platform/linux/services/url_filter_rules.h"
 
-#include <cstring>
+#include <cstdio>
 #include <set>
 
+#include "platform/linux/inspect/flows.h"
 #include "platform/linux/inspect/list_message.h"
-#include "platform/linux/inspect/lists.h"
 
 namespace platform::platformd::url_filter {
 
@@ -20,13 +20,15 @@ struct InForce {
 
 namespace {
 
-constexpr uint32_t kPassMark = 1U << kUrlShift;
-constexpr uint32_t kStopMark = 2U << kUrlShift;
-constexpr uint32_t kLookMark = 3U << kUrlShift;
-static_assert(kLookMark == kUrlMask);
+constexpr uint32_t mark_of(inspect::Verdict verdict) {
+    return static_cast<uint32_t>(verdict) << kUrlShift;
+}
 
-constexpr unsigned kHttpPort = 80;
-constexpr unsigned kHttpsPort = 443;
+constexpr uint32_t kPassMark = mark_of(inspect::Verdict::Pass);
+constexpr uint32_t kStopMark = mark_of(inspect::Verdict::Stop);
+/// Of a packet that is to be looked into; no verdict.
+constexpr uint32_t kLookMark = kUrlMask;
+static_assert(kLookMark != kPassMark && kLookMark != kStopMark);
 
 /// In 32-bit words, as TCP's headers say their size.
 constexpr unsigned kShortestTcp = 5;
@@ -117,11 +119,13 @@ void render_before(const Clients& http, const Clients& https, enforce::RuleText&
     if (!https.nobody()) {
         const auto whose = match(https);
         text.rule(kJudge, "%sudp dport %u counter reject comment \"URL filter, QUIC\"",
-                  whose.c_str(), kHttpsPort);
-        text.rule(kJudge, "%stcp dport %u goto %s", whose.c_str(), kHttpsPort, kContent.name);
+                  whose.c_str(), inspect::kHttpsPort);
+        text.rule(kJudge, "%stcp dport %u goto %s", whose.c_str(), inspect::kHttpsPort,
+                  kContent.name);
     }
     if (!http.nobody())
-        text.rule(kJudge, "%stcp dport %u goto %s", match(http).c_str(), kHttpPort, kContent.name);
+        text.rule(kJudge, "%stcp dport %u goto %s", match(http).c_str(), inspect::kHttpPort,
+                  kContent.name);
 }
 
 void render_content(bool queues_itself, enforce::RuleText& text) {

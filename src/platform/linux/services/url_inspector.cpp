@@ -13,6 +13,7 @@ extern "C" {
 #include <cerrno>
 #include <cstring>
 
+#include "base/child.h"
 #include "base/clock.h"
 #include "base/unique_fd.h"
 #include "platform/linux/enforce/children.h"
@@ -142,14 +143,6 @@ void on_timer(uloop_timeout*) {
     uloop_timeout_set(&g_timer, g_attempt_ms);
 }
 
-/// Where platformd's own program is.
-std::string program() {
-    char self[4096];
-    const auto size = readlink("/proc/self/exe", self, sizeof(self));
-    const std::string path(self, size > 0 ? static_cast<size_t>(size) : 0);
-    return path.substr(0, path.rfind('/') + 1) + kProgram;
-}
-
 }  // namespace
 
 void keep_inspector(const std::string& list_message) {
@@ -163,7 +156,9 @@ void keep_inspector(const std::string& list_message) {
         return remove_own_file(kSocketName);
     }
     enforce::keep_children(
-        kChildName, {{kChildName, {program(), std::to_string(kQueue), own_path(kSocketName)}}});
+        kChildName,
+        {{kChildName,
+          {base::program_beside(kProgram), std::to_string(kQueue), own_path(kSocketName)}}});
     g_timer.cb = on_timer;
     if (g_socket && is_new) tell();
     if (g_socket) return;
