@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "base/read_all.h"
 #include "platform/linux/audit_line.h"
 
 namespace platform {
@@ -21,12 +22,9 @@ constexpr Tool kIptables[] = {
 };
 
 std::string output_of(const char* line) {
-    std::string output;
     FILE* pipe = popen(line, "re");
-    if (!pipe) return output;
-    char piece[4096];
-    for (size_t size; (size = fread(piece, 1, sizeof(piece), pipe)) > 0;)
-        output.append(piece, size);
+    if (!pipe) return {};
+    auto output = base::read_all(fileno(pipe));
     pclose(pipe);
     return output;
 }

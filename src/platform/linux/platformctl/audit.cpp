@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "base/child.h"
+#include "base/read_all.h"
 #include "base/unique_fd.h"
 #include "platform/linux/audit_line.h"
 #include "platform/linux/control.h"
@@ -66,14 +67,6 @@ pid_t spawn(const char* path, bool with_qos, int output) {
     return error == 0 ? child : -1;
 }
 
-std::string read_all(int fd) {
-    std::string text;
-    char piece[4096];
-    for (ssize_t size; (size = read(fd, piece, sizeof(piece))) > 0;)
-        text.append(piece, static_cast<size_t>(size));
-    return text;
-}
-
 /// What the tables ask for. It ends by itself, whatever happens.
 bool replay(bool with_qos, std::string& asked) {
     const auto path = base::program_beside(kReplay);
@@ -84,7 +77,7 @@ bool replay(bool with_qos, std::string& asked) {
     const auto child = spawn(path.c_str(), with_qos, to.get());
     to.reset();
     if (child < 0) return false;
-    asked = read_all(from.get());
+    asked = base::read_all(from.get());
     return base::wait(child) == 0;
 }
 

@@ -7,6 +7,7 @@
 
 #include <cerrno>
 
+#include "base/read_all.h"
 #include "base/replace_file.h"
 #include "base/unique_fd.h"
 #include "platform/linux/run_directory.h"
@@ -46,12 +47,7 @@ std::string own_path(std::string_view name) {
 
 std::string read_own_file(std::string_view name) {
     const base::UniqueFd fd(open(own_path(name).c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
-    std::string text;
-    if (!fd || !is_ours(fd.get(), S_IFREG)) return text;
-    char piece[4096];
-    for (ssize_t size; (size = read(fd.get(), piece, sizeof(piece))) > 0;)
-        text.append(piece, static_cast<size_t>(size));
-    return text;
+    return fd && is_ours(fd.get(), S_IFREG) ? base::read_all(fd.get()) : std::string();
 }
 
 bool write_own_file(std::string_view name, std::string_view text, mode_t mode) {

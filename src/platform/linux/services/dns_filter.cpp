@@ -21,7 +21,7 @@ extern "C" {
 
 namespace platform::platformd::dns_filter {
 
-constexpr size_t kMostHosts = 1024;
+constexpr size_t kMaxHosts = 1024;
 constexpr uint32_t kAllFields = ~0U;
 constexpr char kResolvers[] = "dns_";
 
@@ -42,7 +42,7 @@ std::vector<std::string> read_hosts(uint8_t index) {
     path += std::to_string(index);
     std::ifstream file(path);
     std::vector<std::string> hosts;
-    for (std::string line; hosts.size() < kMostHosts && std::getline(file, line);)
+    for (std::string line; hosts.size() < kMaxHosts && std::getline(file, line);)
         hosts.push_back(line);
     return hosts;
 }

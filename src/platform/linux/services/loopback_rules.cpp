@@ -15,7 +15,7 @@ constexpr uint32_t kLargestVlan = 4094;
 constexpr int64_t kSecond = 1000;
 constexpr int64_t kUsualExist = 5 * kSecond;
 constexpr int64_t kUsualCancel = 30 * kSecond;
-constexpr uint32_t kMostProbes = 100;
+constexpr uint32_t kMaxProbes = 100;
 /// A storm may swallow some: so many in a row have to be missed before it means anything.
 constexpr int64_t kFewProbes = 3;
 constexpr uint16_t kUsualEthertype = ETHERTYPE_LOOPBACK;
@@ -29,7 +29,7 @@ int64_t seconds_or(uint32_t seconds, int64_t usual) {
 }  // namespace
 
 Periods periods_of(const st_loopback_detection_time& time) {
-    const auto probe = kSecond / std::clamp(time.pkt_per_sec, 1U, kMostProbes);
+    const auto probe = kSecond / std::clamp(time.pkt_per_sec, 1U, kMaxProbes);
     return {.probe = probe,
             .exist = seconds_or(time.exist, kUsualExist),
             .cancel = std::max(seconds_or(time.cancel, kUsualCancel), kFewProbes * probe)};

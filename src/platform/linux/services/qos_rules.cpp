@@ -17,7 +17,7 @@ using enforce::kFrameQueueShift;
 
 namespace {
 
-constexpr uint32_t kMostFrames = kFrameQueueMask >> kFrameQueueShift;
+constexpr uint32_t kMaxFrames = kFrameQueueMask >> kFrameQueueShift;
 
 /// What becomes of a packet.
 struct Action {
@@ -60,7 +60,7 @@ void Lines::add(const std::string& name, const Match& match, const Action& actio
     if (!match.in_frame) return rule(name, match, action);
     if (place_ != enforce::Place::Wan)
         leave_out(name, "it can be told for what comes from the LAN only");
-    else if (frames_ == kMostFrames)
+    else if (frames_ == kMaxFrames)
         leave_out(name, "too many others go by MAC address, LAN port, VLAN or 802.1p, too");
     else
         rule(name, noted(match), action);
