@@ -138,12 +138,12 @@ bool shape_all() {
     return false;
 }
 
-// What stays refused is said once.
+// What stays refused is said once. What has changed meanwhile does not wait for it.
 void retry_later() {
     if (g_error != g_said) fprintf(stderr, "platformd: not in force: %s\n", g_error.c_str());
     g_said = g_error;
     g_retry_ms = std::clamp(g_retry_ms * 2, kFirstRetryMs, kLastRetryMs);
-    set_timer(g_retry_ms);
+    if (!is_waiting()) set_timer(g_retry_ms);
 }
 
 void follow_outside() {
@@ -219,6 +219,7 @@ ServiceRegistration g_registration({.name = "enforcement", .print = print});
 bool start(std::string& error) {
     if (!nft_check(tables_as_they_are(), error)) return false;
     if (!watch_start(repair) || !links_start(devices_changed)) {
+        watch_stop();
         error = "the kernel does not tell of changes";
         return false;
     }
@@ -258,9 +259,10 @@ bool release(std::string& error) {
     for (auto* owner = ServiceRegistration::first(); owner; owner = owner->next)
         if (owner->service.outside && owner->service.outside->release)
             owner->service.outside->release();
-    memory_forget();
     const bool shaped = tc_release(error);
-    return nft_run(tables_gone(), error) && shaped;
+    if (!nft_run(tables_gone() + scratch_gone(), error) || !shaped) return false;
+    memory_forget();
+    return true;
 }
 
 void stop() {
@@ -268,6 +270,7 @@ void stop() {
     uloop_timeout_cancel(&g_timer);
     watch_stop();
     links_stop();
+    g_since = 0;
     g_on = false;
 }
 

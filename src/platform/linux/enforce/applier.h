@@ -23,8 +23,8 @@ void settle();
 bool is_waiting();
 /// Why the kernel has refused what should be in force; empty when it has not.
 const std::string& refusal();
-/// Takes out all that is in force, and forgets what the next start would begin with. Nothing is
-/// enforced any more until then.
+/// Takes out all that is in force, also what an earlier platformd has left, and then forgets what
+/// the next start would begin with. Nothing is enforced any more until then.
 bool release(std::string& error);
 /// Ends; what is in force stays.
 void stop();

@@ -24,12 +24,16 @@ void complain() {
     fprintf(stderr, "platformd: %s: %s\n", own_path(kFile).c_str(), strerror(errno));
 }
 
+std::string_view name_in(std::string_view line) {
+    return line.substr(0, line.find(' '));
+}
+
 bool repeat(std::string_view line) {
-    const auto blank = std::min(line.find(' '), line.size());
-    const auto* callee = find_callee(line.substr(0, blank));
+    const auto name = name_in(line);
+    const auto* callee = find_callee(name);
     std::vector<uint8_t> record;
     if (!callee || !callee->is_repeated()) return false;
-    if (!parse_hex(line.substr(std::min(blank + 1, line.size())), record)) return false;
+    if (!parse_hex(line.substr(std::min(name.size() + 1, line.size())), record)) return false;
     if (record.size() != (callee->layout() ? callee->layout()->size : 0)) return false;
     return callee->handle(record.data()) == 0;
 }
@@ -45,13 +49,13 @@ void CallList::add(const char* name, std::span<const uint8_t> record) {
 
 // A line that has no end was being written when its writer was killed: nobody was told that the
 // call has been made.
-void memory_restore() {
+void memory_restore(std::string_view only) {
     auto text = read_own_file(kFile);
     text.resize(text.rfind('\n') + 1);
     size_t strange = 0;
     base::Tokens lines(text, "\n");
     for (std::string_view line; lines.next(line);)
-        if (!repeat(line)) ++strange;
+        if ((only.empty() || name_in(line) == only) && !repeat(line)) ++strange;
     if (strange > 0)
         fprintf(stderr, "platformd: %s: %zu lines left out\n", own_path(kFile).c_str(), strange);
 }

@@ -26,9 +26,9 @@ class CallList {
     std::string text_;
 };
 
-/// Makes the calls in the file. Lines that are no calls of ours are left out, with a line on
-/// standard error that says how many.
-void memory_restore();
+/// Makes the calls in the file, or only those of one name. Lines that are no calls of ours are left
+/// out, with a line on standard error that says how many.
+void memory_restore(std::string_view only = {});
 /// Adds a call that has been answered. Like the next one, it says on standard error when the file
 /// cannot be written; platformd goes on.
 void memory_append(const char* name, std::span<const uint8_t> record);

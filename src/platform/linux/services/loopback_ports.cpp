@@ -189,7 +189,9 @@ void observe(std::string& out) {
     }
 }
 
+// Also what an earlier platformd has closed, if this one only remembers.
 void release() {
+    memory_restore(kPortClosed.name);
     follow({});
 }
 

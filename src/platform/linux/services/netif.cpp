@@ -8,6 +8,7 @@
 #include <map>
 #include <utility>
 
+#include "base/names.h"
 #include "platform/include/records/netif.h"
 #include "platform/linux/enforce/applier.h"
 #include "platform/linux/enforce/learnt.h"
@@ -150,10 +151,11 @@ constexpr ServiceCall kCalls[] = {
 ServiceRegistration g_registration(
     {.name = "netif", .calls = kCalls, .print = print, .outside = &kOutside, .repeat = repeat});
 
+// What is declared may be no name of a device.
 std::vector<std::string> wan_devices() {
     std::vector<std::string> names;
     for (const auto& [name, known] : g_interfaces)
-        if (known.alport == kWanPort) names.push_back(name);
+        if (known.alport == kWanPort && base::is_interface_name(name)) names.push_back(name);
     return names;
 }
 
