@@ -14,10 +14,11 @@ arm_machine() {
 
 has_arm_tools() { command -v arm-linux-gnueabihf-g++ && command -v qemu-arm; } >/dev/null
 
-# Configures a preset when that is due and builds it; silent when there is nothing to do.
+# build_preset PRESET [--target TARGET...]: configures it when that is due and builds it, silent when
+# there is nothing to do.
 build_preset() {
     configure_preset "$1"
-    logged "build-$1" compile "$1" 3>&2
+    logged "build-$1" compile "$@" 3>&2
 }
 
 configure_preset() {
@@ -46,7 +47,7 @@ compile() {
 
 make_native() {
     native_machine
-    build_preset "$1"
+    build_preset "$@"
 }
 
 make_compile_commands() {

@@ -81,12 +81,14 @@ step_unit() {
     run_ctest asan
 }
 
-# GCC's thread sanitizer does not know the wider address randomisation of newer kernels.
+# The daemon's tests: nothing else has threads. GCC's thread sanitizer does not know the wider address
+# randomisation of newer kernels.
 step_tsan() {
     local fixed=()
-    with_lock make_native tsan
+    with_lock make_native tsan --target modules_test
     ! setarch --addr-no-randomize true 2>/dev/null || fixed=(setarch --addr-no-randomize)
-    run_ctest tsan "${fixed[@]}"
+    cd "$ROOT"
+    "${fixed[@]}" ctest --preset tsan -j "$JOBS" --no-tests=error --exclude-regex NOT_BUILT
 }
 
 # The daemon as a device's makers link it, against libraries that have the declared functions only.
@@ -105,16 +107,23 @@ step_box_arm() {
     with_lock make_native release
     with_lock make_arm
     with_lock make_arm_programs "$BUILD/arm-box"
-    BOX_BIN="$BUILD/arm-box" box_cases "$@"
+    BOX_BIN="$BUILD/arm-box" box_cases "$@" < <(quick_cases)
 }
 
-# These cases, or all of them but those that measure rates: how fast a checked or an emulated program
+# The files of all golden cases but those that measure rates: how fast a checked or an emulated program
 # is means nothing.
+quick_cases() { find "$ROOT/tests/box/cases" -name '*.case' ! -path '*/traffic/*' | LC_ALL=C sort; }
+traffic_cases() { find "$ROOT/tests/box/cases/traffic" -name '*.case' | LC_ALL=C sort; }
+
+# Plays cases, or those whose files are read, in a few boxes at once, for most of a case is waiting: a
+# box takes the next four when it has played its own, and then prints what it found.
 box_cases() {
-    local cases=("$@")
-    [ "$#" -gt 0 ] || mapfile -t cases < <(find "$ROOT/tests/box/cases" -mindepth 1 -maxdepth 1 \
-        ! -name traffic | LC_ALL=C sort)
-    "$BOX" "$ROOT/tests/box/run" "${cases[@]}"
+    local boxes=$((JOBS + 1)) at_once=4 cases=("$@")
+    [ "$#" -gt 0 ] || mapfile -t cases
+    # shellcheck disable=SC2016 # for the shell of each box
+    printf '%s\0' "${cases[@]}" | xargs -0 -n "$at_once" -P "$boxes" bash -c \
+        'status=0; found=$("$@" 2>&1) || status=1; printf "%s\n" "$found"; exit "$status"' \
+        played "$BOX" "$ROOT/tests/box/run"
 }
 
 may_be_arm() {
@@ -125,7 +134,7 @@ may_be_arm() {
 
 # Of the checked build, in which hardly anything is inlined, and of the daemon that is delivered.
 step_symbols() {
-    with_lock make_native asan
+    with_lock make_native asan --target appcfgd platformd
     with_lock make_native release
     "$ROOT/tests/symbols" "$BUILD/asan/CMakeFiles" "$BUILD/bin/appcfgd" \
         "$BUILD/release/exported_functions"
@@ -135,7 +144,7 @@ step_symbols() {
 step_box() {
     with_lock make_native release
     local status=0
-    "$BOX" "$ROOT/tests/box/run" "$@" || status=1
+    box_cases "$@" < <(traffic_cases; quick_cases) || status=1
     [ "$#" -gt 0 ] || "$BOX" "$ROOT/tests/box/faults" || status=1
     return "$status"
 }
@@ -143,7 +152,7 @@ step_box() {
 # The golden cases once more on binaries that end at the first misstep.
 step_box_asan() {
     with_lock make_native asan
-    BOX_BIN="$BUILD/asan" box_cases "$@"
+    BOX_BIN="$BUILD/asan" box_cases "$@" < <(quick_cases)
 }
 
 # Random calls and disasters for ten seconds, or as many as the argument says; a seed may follow it.
@@ -168,10 +177,8 @@ step_other_debian() {
 }
 
 run_ctest() {
-    local preset=$1
-    shift
     cd "$ROOT"
-    "$@" ctest --preset "$preset" -j "$JOBS" --no-tests=error
+    ctest --preset "$1" -j "$JOBS" --no-tests=error
 }
 
 # run_steps [STEP...] [-- ARGUMENT...]: all steps by default; the arguments are for the steps.

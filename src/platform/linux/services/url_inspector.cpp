@@ -32,7 +32,8 @@ constexpr char kSocketName[] = "url_inspect.socket";
 constexpr int kAskEveryMs = 1000;
 /// Between attempts to reach one that starts, twice as long each time up to the above.
 constexpr int kFirstAttemptMs = 20;
-constexpr std::chrono::milliseconds kPatience(2000);
+/// Two questions, less what a timer may be early.
+constexpr std::chrono::milliseconds kPatience(1900);
 
 std::string g_list;  // empty: none is wanted
 uint64_t g_held;     // what it says it holds
@@ -112,7 +113,9 @@ void ask() {
     say(&question, sizeof(question));
 }
 
+// We may have been held up ourselves: then the answer waits.
 void kill_if_silent() {
+    if (g_socket) take_answer();
     if (!g_awaits_answer || Clock::now() - g_silent_since < kPatience) return;
     enforce::signal_child(kChildName, SIGKILL);
     disconnect();
