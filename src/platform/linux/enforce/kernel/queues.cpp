@@ -23,13 +23,13 @@ namespace {
 
 constexpr uint32_t kBytesPerKbit = 125;
 constexpr uint32_t kMinorMask = 0xffff;
-constexpr Side kSides[] = {Side::Ingress, Side::Egress};
-
-/// Our filters' place among others, by which they are known. The kernel shows a device's filters of
-/// one preference at both of its sides.
-uint16_t preference(Side side) {
+/// Our filters' place among others, by which they are known. Each side has its own, for the kernel
+/// lists what has the same place on both sides as if it were on both.
+constexpr uint16_t preference(Side side) {
     return side == Side::Ingress ? 49 : 50;
 }
+
+constexpr Side kSides[] = {Side::Ingress, Side::Egress};
 
 /// The kernel's own, 32, is less than two big packets' worth of frames.
 constexpr unsigned kIfbQueue = 1000;

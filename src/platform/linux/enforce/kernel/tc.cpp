@@ -195,6 +195,14 @@ const Device* Walk::working(const char* ifb) const {
     return device && device->is_up ? device : nullptr;
 }
 
+bool is_led_away(const std::vector<Redirect>& all, const Device& device) {
+    return std::ranges::any_of(all, [&device](const Redirect& one) {
+        return one.device == device.index && one.side == Side::Egress;
+    });
+}
+
+// What leaves a device goes one way only, also where a port of the LAN is said to lead to the
+// provider.
 std::vector<Redirect> Walk::wanted_redirects() const {
     std::vector<Redirect> wanted;
     const auto *lan = find(picture_, kLanBridge), *up = working(kUp), *down = working(kDown);
@@ -205,7 +213,8 @@ std::vector<Redirect> Walk::wanted_redirects() const {
     for (const auto place : {Place::Wan, Place::Lan})
         for (const auto& name : devices_of(place))
             if (const auto* cut = cutter_of(place), *device = find(picture_, name);
-                cut && device && !is_foreign(root_of(*device), place))
+                cut && device && !is_led_away(wanted, *device) &&
+                !is_foreign(root_of(*device), place))
                 wanted.push_back({device->index, Side::Egress, cut->index});
     return wanted;
 }
