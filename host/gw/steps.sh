@@ -156,7 +156,8 @@ step_box_asan() {
     BOX_BIN="$BUILD/asan" box_cases "$@" < <(quick_cases)
 }
 
-# Random calls and disasters for ten seconds, or as many as the argument says; a seed may follow it.
+# Random calls and disasters for ten seconds, or as many as the argument says, and a thousand calls at
+# least; a seed may follow it.
 step_torture() {
     with_lock make_native asan
     BOX_BIN="$BUILD/asan" "$BOX" "$ROOT/tests/box/torture" "$@"
