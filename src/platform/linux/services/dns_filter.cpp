@@ -23,7 +23,6 @@ namespace platform::platformd::dns_filter {
 
 constexpr size_t kMaxHosts = 1024;
 constexpr uint32_t kAllFields = ~0U;
-constexpr char kResolvers[] = "dns_";
 
 RulesByIndex g_rules;
 /// What each resolver has read, as far as is known.

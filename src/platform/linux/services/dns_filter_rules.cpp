@@ -175,7 +175,7 @@ int earlier_rule(const RulesByIndex& rules, uint8_t index) {
 }
 
 std::string resolver_name(uint8_t index) {
-    return "dns_" + std::to_string(index);
+    return kResolvers + std::to_string(index);
 }
 
 // What is not to be resolved has nobody who could be asked. Without a server for all other names

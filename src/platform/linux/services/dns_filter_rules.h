@@ -53,6 +53,8 @@ std::vector<uint8_t> answering(const RulesByIndex& rules, const tm& now);
 /// none.
 int earlier_rule(const RulesByIndex& rules, uint8_t index);
 
+/// How the names of all resolvers begin.
+inline constexpr char kResolvers[] = "dns_";
 /// Name of the rule's resolver, and of the file that tells it whom to ask.
 std::string resolver_name(uint8_t index);
 /// That file's text.

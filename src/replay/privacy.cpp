@@ -1,4 +1,4 @@
-#include "platform/linux/replay/privacy.h"
+#include "replay/privacy.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -13,7 +13,7 @@
 
 #include "base/unique_fd.h"
 
-namespace platform::replay {
+namespace replay {
 
 namespace {
 
@@ -87,4 +87,4 @@ bool retreat() {
     return mkdir(kRun, 0755) == 0 || errno == EEXIST;
 }
 
-}  // namespace platform::replay
+}  // namespace replay

@@ -11,15 +11,17 @@
 #include "platform/linux/audit_line.h"
 #include "platform/linux/daemon_chains.h"
 #include "platform/linux/platformd/callees.h"
-#include "platform/linux/replay/privacy.h"
 #include "qos/startup/startup.h"
+#include "replay/privacy.h"
 #include "startup.h"
 #include "vsuci.h"
 
 // What the daemon's tables ask for: its own start-up, played into the services' own code, apart
 // from the gateway's network and files. Needs neither bus nor platform, changes nothing.
 
-namespace platform::replay {
+namespace replay {
+
+using namespace platform;
 
 namespace {
 
@@ -62,10 +64,10 @@ bool write_all(int output, std::string_view text) {
 
 }  // namespace
 
-}  // namespace platform::replay
+}  // namespace replay
 
 using namespace platform;
-using namespace platform::replay;
+using namespace replay;
 
 int main(int argc, char** argv) {
     base::occupy_standard_descriptors();
